@@ -1,0 +1,87 @@
+#!/usr/bin/env bash
+# Sets up this machine for libsdk and runs one of its jobs.
+#
+#   ./run.sh example   build the library and run the demonstration host
+#   ./run.sh test      build with AddressSanitizer and UndefinedBehaviorSanitizer, run every test
+#   ./run.sh bench     build the benchmarks in release mode and run them
+#   ./run.sh fuzz [S]  build the fuzz targets with clang and run each for S seconds (default 60)
+#
+# Debian packages that are missing are installed with apt-get; nothing is
+# installed when all are present.
+set -euo pipefail
+cd "$(dirname "$0")"
+root=$(pwd)
+job=${1:-}
+
+packages=(cmake ninja-build g++ perl qt6-base-dev qt6-5compat-dev libgl-dev flex bison
+          universal-ctags libbenchmark-dev clang libclang-rt-dev)
+
+install_missing() {
+    local missing=()
+    for p in "${packages[@]}"; do
+        if ! dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed"; then
+            missing+=("$p")
+        fi
+    done
+    if [ ${#missing[@]} -eq 0 ]; then
+        return
+    fi
+    echo "run.sh: installing ${missing[*]}"
+    local sudo=""
+    if [ "$(id -u)" -ne 0 ]; then sudo="sudo"; fi
+    $sudo apt-get update -qq
+    DEBIAN_FRONTEND=noninteractive $sudo apt-get install -y -qq --no-install-recommends "${missing[@]}"
+}
+
+jobs=$(nproc 2>/dev/null || echo 2)
+
+configure_build() {
+    local dir=$1; shift
+    cmake -S "$root" -B "$dir" -G Ninja "$@" > "$dir.configure.log" 2>&1 || { cat "$dir.configure.log"; exit 1; }
+    cmake --build "$dir" -j "$jobs"
+}
+
+case "$job" in
+example)
+    install_missing
+    mkdir -p build
+    configure_build build/release -DCMAKE_BUILD_TYPE=RelWithDebInfo -DSDK_BUILD_TESTS=OFF
+    work=$(mktemp -d)
+    trap 'rm -rf "$work"' EXIT
+    (cd "$work" && "$root/build/release/tools/velmont-demo")
+    ;;
+test)
+    install_missing
+    mkdir -p build
+    configure_build build/asan -DCMAKE_BUILD_TYPE=Debug -DSDK_SANITIZE=ON
+    export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=1:abort_on_error=1}
+    export LSAN_OPTIONS=${LSAN_OPTIONS:-suppressions=$root/tests/lsan.supp:print_suppressions=0}
+    export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1:halt_on_error=1}
+    ctest --test-dir build/asan --output-on-failure -j "$jobs" --timeout 60
+    ;;
+bench)
+    install_missing
+    mkdir -p build
+    configure_build build/bench -DCMAKE_BUILD_TYPE=Release -DSDK_BUILD_TESTS=OFF -DSDK_BUILD_BENCH=ON
+    for b in build/bench/bench/bench_*; do
+        [ -x "$b" ] && "$b"
+    done
+    ;;
+fuzz)
+    install_missing
+    seconds=${2:-60}
+    mkdir -p build
+    configure_build build/fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_CXX_COMPILER=clang++ \
+        -DSDK_BUILD_TESTS=OFF -DSDK_BUILD_TOOLS=OFF -DSDK_BUILD_FUZZ=ON
+    for f in build/fuzz/fuzz/fuzz_*; do
+        [ -x "$f" ] || continue
+        corpus="build/fuzz/corpus/$(basename "$f")"
+        mkdir -p "$corpus"
+        "$f" -max_total_time="$seconds" -timeout=10 "$corpus" "$root/fuzz/seeds/$(basename "$f")"
+    done
+    ;;
+*)
+    sed -n '2,11p' "$0" | sed 's/^# \{0,1\}//'
+    exit 2
+    ;;
+esac

@@ -1,0 +1,974 @@
+#include "qastdata.h"
+
+#include "qafileutil.h"
+#include "qailogmonitor.h"
+#include "qaprocess.h"
+#include "qastperlgen.h"
+#include "qastprojectpref.h"
+#include "qatrace.h"
+#include "studiointerface.h"
+
+#include <QClipboard>
+#include <QDateTime>
+#include <QDir>
+#include <QDomElement>
+#include <QFile>
+#include <QFileInfo>
+#include <QGuiApplication>
+#include <QPointer>
+#include <QTextStream>
+
+StudioInterface* QAStData::_studio = nullptr;
+QAStProjectPref* QAStData::_projectpref = nullptr;
+QMap<QString, int> QAStData::_menuMap;
+QString QAStData::_lastErrorString;
+QAStData* QAStData::_dataRunning = nullptr;
+
+PDataInterface::~PDataInterface() = default;
+
+namespace {
+
+bool isRunningStatus(int status)
+{
+    return status == QAStData::ExecutionRunning || status == QAStData::ExecutionRunningOther;
+}
+
+} // namespace
+
+// ---------------------------------------------------------------------------
+// Construction and destruction
+
+QAStData::QAStData(const QString& name, const QPixmap& icon, QAStData* parent, QAStData* after)
+{
+    privAttach(parent, after);
+    _name = name;
+    _icon = icon;
+    quid = _computeID();
+}
+
+QAStData::QAStData(const QDomElement& element, int version, QAStData* parent, QAStData* after)
+{
+    privAttach(parent, after);
+    init(element, version);
+}
+
+QAStData::~QAStData()
+{
+    if (_dataRunning == this)
+        _dataRunning = nullptr;
+    remove();
+    // Our own signals stay quiet too: receivers must not see a half-destroyed parent.
+    blockSignals(true);
+    QAStData* child = _firstChild;
+    while (child) {
+        QAStData* following = child->_next;
+        child->blockSignals(true);
+        delete child;
+        child = following;
+    }
+    _firstChild = nullptr;
+}
+
+void QAStData::privAttach(QAStData* parent, QAStData* after)
+{
+    if (!parent)
+        return;
+    _parent = parent;
+    if (after && after != parent && after->_parent == parent) {
+        _previous = after;
+        _next = after->_next;
+        if (_next)
+            _next->_previous = this;
+        after->_next = this;
+    } else {
+        _previous = nullptr;
+        _next = parent->_firstChild;
+        if (_next)
+            _next->_previous = this;
+        parent->_firstChild = this;
+    }
+    QObject::setParent(parent);
+}
+
+void QAStData::init(const QDomElement& element, int version)
+{
+    Q_UNUSED(version);
+    if (!CHECK_TAG(element, "data")) {
+        quid = _computeID();
+        return;
+    }
+    const QDomElement nameElement = element.firstChildElement(QStringLiteral("name"));
+    if (!CHECK_TAG(nameElement, "name")) {
+        quid = _computeID();
+        return;
+    }
+    _name = xmlValueToString(nameElement.text());
+
+    const QDomElement quidElement = element.firstChildElement(QStringLiteral("quid"));
+    quid = quidElement.isNull() ? _computeID() : xmlValueToUInt(quidElement.text());
+
+    const QDomElement iconElement = element.firstChildElement(QStringLiteral("icon"));
+    if (!iconElement.isNull())
+        QAStData::setIconByFileName(xmlValueToString(iconElement.text()));
+
+    const QDomElement renameableElement = element.firstChildElement(QStringLiteral("renameable"));
+    if (!renameableElement.isNull())
+        renameable = xmlValueToBool(renameableElement.text());
+    const QDomElement deletableElement = element.firstChildElement(QStringLiteral("deletable"));
+    if (!deletableElement.isNull())
+        deletable = xmlValueToBool(deletableElement.text());
+    const QDomElement openElement = element.firstChildElement(QStringLiteral("open"));
+    if (!openElement.isNull())
+        open = xmlValueToBool(openElement.text());
+
+    const QDomElement sortedElement = element.firstChildElement(QStringLiteral("sorted"));
+    if (CHECK_TAG(sortedElement, "sorted"))
+        alphabeticallySorted = xmlValueToBool(sortedElement.text());
+    const QDomElement resultElement = element.firstChildElement(QStringLiteral("executionResult"));
+    if (CHECK_TAG(resultElement, "executionResult")) {
+        executionResult = xmlValueToInt(resultElement.text());
+        // A hand-edited file must not leave an object that looks busy forever.
+        if (isRunningStatus(executionResult) || executionResult < 0 || executionResult > ExecutionTestFailed)
+            executionResult = ExecutionNone;
+    }
+}
+
+unsigned int QAStData::_computeID()
+{
+    static unsigned int counter = 0;
+    ++counter;
+    static const QDateTime epoch(QDate(2000, 1, 1), QTime(0, 0));
+    const qint64 seconds = qAbs(epoch.secsTo(QDateTime::currentDateTime()));
+    return static_cast<unsigned int>(seconds + counter);
+}
+
+// ---------------------------------------------------------------------------
+// Tree
+
+QObject* QAStData::object() const
+{
+    return const_cast<QAStData*>(this);
+}
+
+void QAStData::addChild(QAStData* child, QAStData* after)
+{
+    if (!child || child == this || after == child)
+        return;
+    for (QAStData* ancestor = _parent; ancestor; ancestor = ancestor->_parent) {
+        if (ancestor == child) {
+            warning("QAStData::addChild %s would become its own descendant", qPrintable(child->name()));
+            return;
+        }
+    }
+    if (child->_parent != this || (after && after != child->_previous)) {
+        child->remove();
+        child->privAttach(this, after);
+    }
+    child->addEvent();
+    modified = true;
+    const QList<QAStData*> descendants = child->childrenOfClass(nullptr, true);
+    for (QAStData* descendant : descendants)
+        descendant->parentAddEvent(child);
+    for (QAStData* ancestor = child->_parent; ancestor; ancestor = ancestor->_parent)
+        ancestor->childAddEvent(child);
+    emit childAdded(child);
+    emit added();
+}
+
+void QAStData::remove()
+{
+    if (!_parent)
+        return;
+    const QList<QAStData*> descendants = childrenOfClass(nullptr, true);
+    const QList<QAStData*> ancestors = parentsOfClass(nullptr);
+    removeEvent();
+    emit _parent->childRemoved(this);
+    emit removed();
+    QObject::setParent(nullptr);
+    if (_previous)
+        _previous->_next = _next;
+    else
+        _parent->_firstChild = _next;
+    if (_next)
+        _next->_previous = _previous;
+    _parent = nullptr;
+    _previous = nullptr;
+    _next = nullptr;
+    for (QAStData* descendant : descendants)
+        descendant->parentRemoveEvent(this);
+    for (QAStData* ancestor : ancestors)
+        ancestor->childRemoveEvent(this);
+}
+
+QString QAStData::name() const
+{
+    return _name.get();
+}
+
+QString QAStData::displayName() const
+{
+    return name();
+}
+
+QPixmap QAStData::icon() const
+{
+    return _icon;
+}
+
+QAStData* QAStData::project()
+{
+    if (inherits("QAStProject"))
+        return this;
+    return parentOfClass("QAStProject");
+}
+
+QAStData* QAStData::rootProject()
+{
+    if (_parent)
+        return _parent->rootProject();
+    return inherits("QAStProject") ? this : nullptr;
+}
+
+QAStData* QAStData::root()
+{
+    QAStData* top = this;
+    while (top->_parent)
+        top = top->_parent;
+    return top;
+}
+
+QAStData* QAStData::parent() const
+{
+    return _parent;
+}
+
+void QAStData::setIcon(const QPixmap& icon)
+{
+    _icon = icon;
+    emit iconChanged(_icon);
+}
+
+void QAStData::setIconByFileName(const QString& fileName)
+{
+    setIcon(pixmap(fileName));
+    iconName = fileName;
+    modified = true;
+}
+
+bool QAStData::isModified() const
+{
+    if (modified) {
+        warning("QAStData::isModified %s", qPrintable(name()));
+        return true;
+    }
+    for (QAStData* child = _firstChild; child; child = child->_next) {
+        if (child->isModified())
+            return true;
+    }
+    return false;
+}
+
+void QAStData::setAlphabeticallySorted(bool sorted, bool recursive)
+{
+    alphabeticallySorted = sorted;
+    if (!recursive)
+        return;
+    const QList<QAStData*> descendants = childrenOfClass(nullptr, true);
+    for (QAStData* descendant : descendants)
+        descendant->setAlphabeticallySorted(sorted, false);
+}
+
+void QAStData::setRenameable(bool value)
+{
+    renameable = value;
+}
+
+void QAStData::setDuplicable(bool value)
+{
+    duplicable = value;
+}
+
+void QAStData::setDeletable(bool value)
+{
+    deletable = value;
+}
+
+bool QAStData::acceptDrop(QAStData*) const
+{
+    return false;
+}
+
+QString QAStData::directory()
+{
+    QAStData* owner = project();
+    if (owner && owner != this)
+        return owner->directory();
+    return QDir::currentPath();
+}
+
+bool QAStData::isRunning()
+{
+    if (isRunningStatus(executionResult))
+        return true;
+    const QList<QAStData*> descendants = childrenOfClass("QAStData", true);
+    for (QAStData* descendant : descendants) {
+        if (isRunningStatus(descendant->executionResult))
+            return true;
+    }
+    return false;
+}
+
+void QAStData::write(QTextStream& stream, int indent)
+{
+    indentXML(stream, indent);
+    stream << "<data>\n";
+    toStream(stream, "name", stringToXMLValue(name()), indent + 1);
+    toStream(stream, "quid", uintToXMLValue(quid), indent + 1);
+    if (iconName.isSet)
+        toStream(stream, "icon", stringToXMLValue(iconName), indent + 1);
+    toStream(stream, "renameable", boolToXMLValue(renameable), indent + 1);
+    toStream(stream, "deletable", boolToXMLValue(deletable), indent + 1);
+    toStream(stream, "open", boolToXMLValue(open), indent + 1);
+    toStream(stream, "sorted", boolToXMLValue(alphabeticallySorted), indent + 1);
+    int kept = ExecutionNone;
+    if (_projectpref && _projectpref->boolValue(QStringLiteral("use_keep_execution"))) {
+        switch (executionResult) {
+        case ExecutionSuccess:
+        case ExecutionFailed:
+        case ExecutionStopped:
+        case ExecutionNone:
+        case ExecutionTestFailed:
+            kept = executionResult;
+            break;
+        default:
+            break;
+        }
+    }
+    toStream(stream, "executionResult", intToXMLValue(kept), indent + 1);
+    indentXML(stream, indent);
+    stream << "</data>\n";
+}
+
+void QAStData::addEvent() {}
+void QAStData::removeEvent() {}
+void QAStData::parentAddEvent(QAStData*) {}
+void QAStData::parentRemoveEvent(QAStData*) {}
+
+void QAStData::childAddEvent(QAStData*)
+{
+    modified = true;
+}
+
+void QAStData::childRemoveEvent(QAStData*) {}
+
+// ---------------------------------------------------------------------------
+// Queries
+
+QAStData* QAStData::last() const
+{
+    QAStData* child = _firstChild;
+    while (child && child->_next)
+        child = child->_next;
+    return child;
+}
+
+QList<QAStData*> QAStData::childrenOfClass(const char* className, bool recursive) const
+{
+    // Iterative pre-order walk along the chain, so that deep trees cost no stack.
+    QList<QAStData*> result;
+    QAStData* current = _firstChild;
+    while (current) {
+        if (!className || current->inherits(className))
+            result.append(current);
+        if (recursive && current->_firstChild) {
+            current = current->_firstChild;
+            continue;
+        }
+        while (current != this && !current->_next)
+            current = current->_parent;
+        if (current == this)
+            break;
+        current = current->_next;
+    }
+    return result;
+}
+
+QAStData* QAStData::parentOfClass(const char* className)
+{
+    if (!className)
+        return _parent;
+    for (QAStData* ancestor = _parent; ancestor; ancestor = ancestor->_parent) {
+        if (ancestor->inherits(className))
+            return ancestor;
+    }
+    return nullptr;
+}
+
+QList<QAStData*> QAStData::parentsOfClass(const char* className)
+{
+    QList<QAStData*> result;
+    for (QAStData* ancestor = _parent; ancestor; ancestor = ancestor->_parent) {
+        if (!className || ancestor->inherits(className))
+            result.append(ancestor);
+    }
+    return result;
+}
+
+QAStData* QAStData::searchChildOfClass(const QString& name, const char* className, bool recursive)
+{
+    for (QAStData* child = _firstChild; child; child = child->_next) {
+        if (child->name() == name
+            && (!className || qstrcmp(child->metaObject()->className(), className) == 0))
+            return child;
+        if (recursive) {
+            if (QAStData* found = child->searchChildOfClass(name, className, true))
+                return found;
+        }
+    }
+    return nullptr;
+}
+
+QAStData* QAStData::findNode(const QString& dottedPath)
+{
+    if (dottedPath.isEmpty())
+        return nullptr;
+    const qsizetype dot = dottedPath.indexOf(QLatin1Char('.'));
+    const QString head = dot < 0 ? dottedPath : dottedPath.left(dot);
+    QAStData* found = nullptr;
+    for (QAStData* child = _firstChild; child && !found; child = child->_next) {
+        if (child->name() == head)
+            found = child;
+    }
+    if (!found || dot < 0)
+        return found;
+    return found->findNode(dottedPath.mid(dot + 1));
+}
+
+bool QAStData::isValid() const
+{
+    if (!valid)
+        return false;
+    for (QAStData* child = _firstChild; child; child = child->_next) {
+        if (!child->isValid())
+            return false;
+    }
+    return true;
+}
+
+bool QAStData::CHECK_TAG(const QDomNode& element, const char* tag)
+{
+    if (element.isNull()) {
+        _lastErrorString += tr("Unable to find tag %1\n").arg(QString::fromLatin1(tag));
+        return false;
+    }
+    if (!element.isElement()) {
+        _lastErrorString += tr("The xml tag %1 is not an element\n").arg(element.nodeName());
+        return false;
+    }
+    const QString read = element.toElement().tagName();
+    if (read != QLatin1String(tag)) {
+        // TRANSLATOR %1 is the tag read and %2 the tag wanted; the words stay in this order.
+        _lastErrorString += tr("Wait for tag %1 and read %2\n").arg(read, QString::fromLatin1(tag));
+        return false;
+    }
+    return true;
+}
+
+// ---------------------------------------------------------------------------
+// Paths
+
+QString QAStData::determineAbsolutePathFile(const QString& path)
+{
+    if (QDir::isRelativePath(path))
+        return QAFileUtil::cleanDirPath(directory() + QDir::separator() + path);
+    return QAFileUtil::cleanDirPath(path);
+}
+
+void QAStData::determineAbsolutePathFiles(QStringList& paths)
+{
+    for (QString& path : paths)
+        path = determineAbsolutePathFile(path);
+}
+
+QString QAStData::determineRelativePathFile(const QString& path)
+{
+    if (!project())
+        return path;
+    const QString result = QDir::toNativeSeparators(QDir::cleanPath(path));
+    if (!QDir::isRelativePath(result))
+        return QAFileUtil::absPathToRelative(directory(), result);
+    if (result.startsWith(QLatin1String("..")))
+        return result;
+    return QLatin1String(".") + QDir::separator() + result;
+}
+
+void QAStData::determineRelativePathFiles(QStringList& paths)
+{
+    for (QString& path : paths)
+        path = determineRelativePathFile(path);
+}
+
+// ---------------------------------------------------------------------------
+// Value encodings
+
+QString QAStData::boolToXMLValue(bool value)
+{
+    return value ? QStringLiteral("true") : QStringLiteral("false");
+}
+
+bool QAStData::xmlValueToBool(const QString& value)
+{
+    return value == QLatin1String("true");
+}
+
+QString QAStData::intToXMLValue(int value)
+{
+    return QString::number(value);
+}
+
+int QAStData::xmlValueToInt(const QString& value)
+{
+    bool ok = false;
+    const int result = value.toInt(&ok, 10);
+    return ok ? result : 0;
+}
+
+QString QAStData::uintToXMLValue(unsigned int value)
+{
+    return QString::number(value);
+}
+
+unsigned int QAStData::xmlValueToUInt(const QString& value)
+{
+    bool ok = false;
+    const unsigned int result = value.toUInt(&ok, 10);
+    return ok ? result : 0;
+}
+
+// The "&" step comes last on purpose: the entities of the two steps before it
+// are escaped once more, because the XML parser undoes one level and _decode
+// the other.
+QString QAStData::_encode(const QString& value)
+{
+    QString result = value;
+    result.replace(QLatin1String(","), QLatin1String("#comma#"));
+    result.replace(QLatin1String("<"), QLatin1String("&lt;"));
+    result.replace(QLatin1String(">"), QLatin1String("&gt;"));
+    result.replace(QLatin1String("&"), QLatin1String("&amp;"));
+    return result;
+}
+
+QString QAStData::_decode(const QString& value)
+{
+    QString result = value;
+    result.replace(QLatin1String("#comma#"), QLatin1String(","));
+    result.replace(QLatin1String("&lt;"), QLatin1String("<"));
+    result.replace(QLatin1String("&gt;"), QLatin1String(">"));
+    return result;
+}
+
+QString QAStData::stringToXMLValue(const QString& value)
+{
+    return _encode(value);
+}
+
+QString QAStData::xmlValueToString(const QString& value)
+{
+    return _decode(value);
+}
+
+QString QAStData::stringListToXMLValue(const QStringList& list)
+{
+    QStringList encoded;
+    encoded.reserve(list.size());
+    for (const QString& member : list)
+        encoded.append(_encode(member));
+    return encoded.join(QLatin1Char(','));
+}
+
+QStringList QAStData::xmlValueToStringList(const QString& value)
+{
+    QStringList result = value.split(QLatin1Char(','), Qt::SkipEmptyParts);
+    for (QString& member : result)
+        member = _decode(member);
+    return result;
+}
+
+QString QAStData::stringMapToXMLValue(const QMap<QString, QString>& map)
+{
+    QStringList entries;
+    for (auto it = map.constBegin(); it != map.constEnd(); ++it)
+        entries.append(_encode(it.key()) + QLatin1Char('=') + _encode(it.value()));
+    return entries.join(QLatin1Char(','));
+}
+
+// Deliberately without _decode: a key or value keeps the encoded form of its
+// comma and angle brackets, as older project files expect.
+QMap<QString, QString> QAStData::xmlValueToStringMap(const QString& value)
+{
+    QMap<QString, QString> result;
+    const QStringList entries = value.split(QLatin1Char(','), Qt::SkipEmptyParts);
+    for (const QString& entry : entries) {
+        const QStringList parts = entry.split(QLatin1Char('='), Qt::SkipEmptyParts);
+        if (parts.isEmpty())
+            continue;
+        result.insert(parts.at(0), parts.size() > 1 ? parts.at(1) : QString(QLatin1String("")));
+    }
+    return result;
+}
+
+void QAStData::indentXML(QTextStream& stream, int indent)
+{
+    for (int i = 0; i < indent; ++i)
+        stream << "  ";
+}
+
+void QAStData::toStream(QTextStream& stream, const char* tag, const QString& value, int indent)
+{
+    indentXML(stream, indent);
+    stream << '<' << tag << '>' << value << "</" << tag << ">\n";
+}
+
+// ---------------------------------------------------------------------------
+// Serialising and commands
+
+QString QAStData::toString()
+{
+    QString text;
+    QTextStream stream(&text);
+    write(stream, 0);
+    stream.flush();
+    return text;
+}
+
+void QAStData::deleteChildren()
+{
+    while (QAStData* child = _firstChild)
+        delete child;
+}
+
+void QAStData::setName(const QString& name)
+{
+    if (!renameable)
+        return;
+    _name = name;
+    modified = true;
+    emit renamed(name);
+}
+
+void QAStData::sortChildren()
+{
+    setAlphabeticallySorted(!alphabeticallySorted, true);
+    emit sortChildrenRequired();
+}
+
+void QAStData::properties()
+{
+    emit editProperties();
+}
+
+void QAStData::cut()
+{
+    copy();
+    del();
+}
+
+void QAStData::copy()
+{
+    if (!qobject_cast<QGuiApplication*>(QCoreApplication::instance()))
+        return;
+    if (QClipboard* clipboard = QGuiApplication::clipboard())
+        clipboard->setText(toString());
+}
+
+void QAStData::del()
+{
+    // The command may come from this object's own menu: it must live until
+    // the event loop returns to it.
+    remove();
+    deleteLater();
+}
+
+// ---------------------------------------------------------------------------
+// Host
+
+void QAStData::initialize(StudioInterface* studio, QARes* resources)
+{
+    _studio = studio;
+    if (studio) {
+        const QStringList viewers = studio->viewerFeatureList();
+        _menuMap.clear();
+        _menuMap.insert(QStringLiteral("All_Report"), 1000);
+        int id = 1001;
+        for (const QString& viewer : viewers)
+            _menuMap.insert(viewer, id++);
+        if (!_projectpref)
+            _projectpref = new QAStProjectPref;
+        studio->registerPreferencePage(_projectpref);
+    }
+    // No resource group can be read yet: a host's resources only switch
+    // automatic tagging on, as when there are none.
+    Q_UNUSED(resources);
+    if (_projectpref)
+        _projectpref->setValue(QStringLiteral("autotag"), true);
+}
+
+QWidget* QAStData::mainWindow()
+{
+    return _studio ? _studio->mainWindow() : nullptr;
+}
+
+int QAStData::port()
+{
+    return _studio ? _studio->port() : -1;
+}
+
+QString QAStData::userName()
+{
+    return _studio ? _studio->userName() : QString();
+}
+
+QString QAStData::targetDir()
+{
+    return _studio ? _studio->targetDir() : QString();
+}
+
+QString QAStData::helpDir()
+{
+    return _studio ? _studio->helpDir() : QString();
+}
+
+QString QAStData::binaryDir()
+{
+    return _studio ? _studio->binaryDir() : QString();
+}
+
+QString QAStData::installDir()
+{
+    return _studio ? _studio->installDir() : QString();
+}
+
+QString QAStData::scriptsDir()
+{
+    return _studio ? _studio->scriptsDir() : QString();
+}
+
+QStringList QAStData::perlCommand()
+{
+    return _studio ? _studio->perlCommand() : QStringList(QString());
+}
+
+QPixmap QAStData::pixmap(const QString& name)
+{
+    return _studio ? _studio->pixmap(name) : QPixmap();
+}
+
+void QAStData::displayMessage(Console console, const QString& text, StreamType stream)
+{
+    QAILogMonitor* monitor = _studio ? _studio->console(console) : nullptr;
+    if (!monitor) {
+        warning("%s", text.toLocal8Bit().constData());
+        return;
+    }
+    if (stream == OutputStream)
+        monitor->log(text);
+    else
+        monitor->error(text);
+}
+
+void QAStData::clearMessage(Console console)
+{
+    if (_studio && (console == BuildConsole || console == MessageConsole))
+        _studio->clearConsole(console);
+}
+
+void QAStData::editFile(const QString& path, int line)
+{
+    if (!_studio)
+        return;
+    if (QFileInfo::exists(path)) {
+        _studio->openEditor(path + QLatin1Char(':') + QString::number(line), false);
+        return;
+    }
+    _studio->warningBox(_studio->applicationName(), tr("%1\n\nFile not found.").arg(path));
+}
+
+int QAStData::getViewerIdByName(const QString& name)
+{
+    return _menuMap.value(name, -1);
+}
+
+QString QAStData::getViewerNameById(int id)
+{
+    for (auto it = _menuMap.constBegin(); it != _menuMap.constEnd(); ++it) {
+        if (it.value() == id)
+            return it.key();
+    }
+    return QString();
+}
+
+// ---------------------------------------------------------------------------
+// Script launching
+
+QString QAStData::environmentFileName()
+{
+    const QString file = QLatin1String("environment_node") + QString::number(quid) + QLatin1String(".pl");
+    if (QAStData* owner = project())
+        return owner->directory() + QDir::separator() + file;
+    return QFileInfo(file).absoluteFilePath();
+}
+
+bool QAStData::createEnvironmentFile(QTextStream& stream)
+{
+    const QString fileName = environmentFileName();
+    if (!stream.device())
+        stream.setDevice(new QFile(fileName));
+    stream.setEncoding(QStringConverter::System);
+    QIODevice* device = stream.device();
+    if (device->isOpen()
+        || device->open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Text))
+        return true;
+    displayMessage(MessageConsole, tr("Unable to open the file: %1").arg(fileName), ErrorStream);
+    stream.setDevice(nullptr);
+    delete device;
+    return false;
+}
+
+void QAStData::generateEnv(QTextStream& stream)
+{
+    QAStPerlGen::generateEnv(stream, this);
+}
+
+void QAStData::executePerlScript(const QString& script, const QString& workingDir,
+                                 QTextStream* environment, bool asynchronous, Console console,
+                                 QStringList* processEnvironment)
+{
+    if (process)
+        return;
+    if (script.isEmpty()) {
+        executionResult = ExecutionNone;
+        return;
+    }
+
+    QStringList command = perlCommand();
+    if (QDir::isRelativePath(script))
+        command.append(scriptsDir() + QDir::separator() + script);
+    else
+        command.append(script);
+    if (environment) {
+        *environment << "\n1;\n";
+        environment->flush();
+        QIODevice* device = environment->device();
+        environment->setDevice(nullptr);
+        if (device)
+            device->close();
+        delete device;
+        command.append(environmentFileName());
+    }
+    command.append(name());
+
+    process = new QAProcess(this);
+    this->console = console;
+    connect(process, &QAProcess::stdoutReceived, this, &QAStData::charReceived);
+    connect(process, &QAProcess::stderrReceived, this, &QAStData::charErrorReceived);
+    if (asynchronous)
+        connect(process, &QAProcess::exited, this, &QAStData::processTerminated);
+
+    executionResult = ExecutionRunning;
+    _dataRunning = this;
+    emit perlScriptStarted();
+
+    // In the synchronous mode the event loop turns inside start(): this object
+    // may be deleted there, and nothing of it may be touched afterwards.
+    QPointer<QAStData> self(this);
+    QAProcess* started = process;
+    bool normalExit = false;
+    int exitStatus = 0;
+    const bool ok = started->start(command, QDir(workingDir), normalExit, exitStatus,
+                                   processEnvironment, asynchronous);
+    if (!self)
+        return;
+    if (!ok) {
+        displayMessage(console, tr("%1: unable to start the command\n").arg(command.first()),
+                       ErrorStream);
+        executionResult = ExecutionFailed;
+        if (process == started) {
+            delete process;
+            process = nullptr;
+        }
+        if (_dataRunning == this)
+            _dataRunning = nullptr;
+        emit perlScriptTerminated();
+        return;
+    }
+    if (!asynchronous)
+        processTerminated(normalExit, exitStatus);
+}
+
+void QAStData::processTerminated(bool normalExit, int exitStatus)
+{
+    warning("QAStData::(%d,%d) process = %p", normalExit, exitStatus, static_cast<void*>(process));
+    QFile::remove(environmentFileName());
+    if (executionResult != ExecutionStopped) {
+        if (!normalExit)
+            executionResult = ExecutionFailed;
+        else
+            executionResult = exitStatus == 0 ? ExecutionSuccess : ExecutionFailed;
+    }
+    if (process) {
+        process->disconnect(this);
+        process->deleteLater();
+        process = nullptr;
+    }
+    if (_dataRunning == this)
+        _dataRunning = nullptr;
+    emit perlScriptTerminated();
+}
+
+void QAStData::charReceived(const QString& text)
+{
+    displayMessage(static_cast<Console>(console), text, OutputStream);
+}
+
+void QAStData::charErrorReceived(const QString& text)
+{
+    displayMessage(static_cast<Console>(console), text, ErrorStream);
+}
+
+void QAStData::stop()
+{
+    if (isRunningStatus(executionResult)) {
+        if (process)
+            launchStopProcess(process->pid());
+        return;
+    }
+    const QList<QAStData*> descendants = childrenOfClass("QAStData", true);
+    for (QAStData* descendant : descendants) {
+        if (isRunningStatus(descendant->executionResult) && descendant->process)
+            descendant->launchStopProcess(descendant->process->pid());
+    }
+}
+
+void QAStData::launchStopProcess(qint64) {}
+
+void QAStData::runAfterStopOn(QAStData* data)
+{
+    // The stopped status is set before the exit arrives, so that
+    // processTerminated cannot overwrite it.
+    data->process->kill();
+    data->executionResult = ExecutionStopped;
+}
+
+void QAStData::executeAfterStopProcess()
+{
+    if (isRunningStatus(executionResult)) {
+        if (process)
+            runAfterStopOn(this);
+        return;
+    }
+    const QList<QAStData*> descendants = childrenOfClass("QAStData", true);
+    for (QAStData* descendant : descendants) {
+        if (isRunningStatus(descendant->executionResult) && descendant->process)
+            runAfterStopOn(descendant);
+    }
+}

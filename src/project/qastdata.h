@@ -1,0 +1,246 @@
+#pragma once
+
+#include "sdk_export.h"
+#include "pdatainterface.h"
+#include "qastattribute.h"
+
+#include <QList>
+#include <QMap>
+#include <QObject>
+#include <QPixmap>
+#include <QString>
+#include <QStringList>
+
+class QAProcess;
+class QARes;
+class QAStProjectPref;
+class QDomElement;
+class QDomNode;
+class QMenu;
+class QTextStream;
+class QWidget;
+class StudioInterface;
+
+/// The root of everything that lives in a project tree.
+///
+/// A parent owns its children, and the chain firstChild / next / previous is
+/// the one order of the tree and of the project file; the QObject parent is
+/// only a mirror of it. The second half of the class launches Perl scripts for
+/// the object: an environment file is written, the interpreter runs the script
+/// on it, the output goes to a console, and the exit status becomes the status.
+class SDK_EXPORT QAStData : public QObject, public PDataInterface
+{
+    Q_OBJECT
+public:
+    enum ExecutionStatus {
+        ExecutionSuccess = 0,
+        ExecutionFailed = 1,
+        ExecutionStopped = 2,
+        ExecutionRunning = 3,
+        ExecutionRunningOther = 4,
+        ExecutionNone = 5,
+        ExecutionTestFailed = 6
+    };
+    enum Console { BuildConsole = 0, MessageConsole = 1 };
+    enum StreamType { OutputStream = 0, ErrorStream = 1 };
+
+    QAStData(const QString& name, const QPixmap& icon, QAStData* parent = nullptr,
+             QAStData* after = nullptr);
+    QAStData(const QDomElement& element, int version, QAStData* parent = nullptr,
+             QAStData* after = nullptr);
+    ~QAStData() override;
+
+    // Tree, in the order of the class's virtual operations.
+    QObject* object() const override;
+    virtual void addChild(QAStData* child, QAStData* after = nullptr);
+    virtual void remove();
+    QString name() const override;
+    virtual QString displayName() const;
+    QPixmap icon() const override;
+    virtual QAStData* project();
+    virtual QAStData* rootProject();
+    virtual QAStData* root();
+    virtual QAStData* parent() const;
+    virtual void setIcon(const QPixmap& icon);
+    virtual void setIconByFileName(const QString& fileName);
+    bool isModified() const override;
+    virtual void setAlphabeticallySorted(bool sorted, bool recursive);
+    virtual void setRenameable(bool renameable);
+    virtual void setDuplicable(bool duplicable);
+    virtual void setDeletable(bool deletable);
+    virtual bool acceptDrop(QAStData* data) const;
+    QString directory() override;
+    QString environmentFileName() override;
+    virtual QMenu* popupMenu(QWidget* parent) = 0;
+    virtual QMenu* addChildPopupMenu(QWidget* parent) = 0;
+    virtual QMenu* addNextPopupMenu(QWidget* parent) = 0;
+    virtual QMenu* viewPopupMenu(QWidget* parent) = 0;
+    virtual void localActionMenuItems(QMenu* menu) = 0;
+    virtual QStringList vcsItems() = 0;
+    virtual void doubleClickAction() = 0;
+    bool isRunning() override;
+    virtual void write(QTextStream& stream, int indent);
+    void generateEnv(QTextStream& stream) override;
+
+    virtual void addEvent();
+    virtual void removeEvent();
+    virtual void parentAddEvent(QAStData* added);
+    virtual void parentRemoveEvent(QAStData* removed);
+    virtual void childAddEvent(QAStData* added);
+    virtual void childRemoveEvent(QAStData* removed);
+    virtual bool createEnvironmentFile(QTextStream& stream);
+    virtual void launchStopProcess(qint64 pid);
+    virtual void executeAfterStopProcess();
+
+    // Tree queries.
+    QAStData* firstChild() const { return _firstChild; }
+    QAStData* next() const { return _next; }
+    QAStData* previous() const { return _previous; }
+    QAStData* last() const;
+    QList<QAStData*> childrenOfClass(const char* className, bool recursive) const;
+    QAStData* parentOfClass(const char* className);
+    QList<QAStData*> parentsOfClass(const char* className);
+    QAStData* searchChildOfClass(const QString& name, const char* className, bool recursive);
+    QAStData* findNode(const QString& dottedPath);
+    bool isValid() const;
+    void setValid(bool valid) { this->valid = valid; }
+
+    // Flags and fields.
+    void setModified(bool modified) { this->modified = modified; }
+    QAStData* runningData() const { return _dataRunning; }
+    int executionStatus() const { return executionResult; }
+    void setExecutionStatus(int status) { executionResult = status; }
+    unsigned int getQuid() const { return quid; }
+    void setQuid(unsigned int value) { quid = value; }
+    QString iconFileName() const { return iconName; }
+    QAStAttribute<QString>& nameAttribute() { return _name; }
+    bool isRenameable() const { return renameable; }
+    bool isDuplicable() const { return duplicable; }
+    bool isDeletable() const { return deletable; }
+    bool isOpen() const { return open; }
+    void setOpen(bool open) { this->open = open; }
+    bool isAlphabeticallySorted() const { return alphabeticallySorted; }
+    QAProcess* runningProcess() const { return process; }
+    int consoleId() const { return console; }
+
+    // Load errors.
+    static bool CHECK_TAG(const QDomNode& element, const char* tag);
+    static QString lastErrorString() { return _lastErrorString; }
+    static void clearLastErrorString() { _lastErrorString.clear(); }
+
+    // Paths.
+    QString determineAbsolutePathFile(const QString& path);
+    void determineAbsolutePathFiles(QStringList& paths);
+    QString determineRelativePathFile(const QString& path);
+    void determineRelativePathFiles(QStringList& paths);
+
+    // Value encodings of the project file.
+    static QString boolToXMLValue(bool value);
+    static bool xmlValueToBool(const QString& value);
+    static QString intToXMLValue(int value);
+    static int xmlValueToInt(const QString& value);
+    static QString uintToXMLValue(unsigned int value);
+    static unsigned int xmlValueToUInt(const QString& value);
+    static QString stringToXMLValue(const QString& value);
+    static QString xmlValueToString(const QString& value);
+    static QString stringListToXMLValue(const QStringList& list);
+    static QStringList xmlValueToStringList(const QString& value);
+    static QString stringMapToXMLValue(const QMap<QString, QString>& map);
+    static QMap<QString, QString> xmlValueToStringMap(const QString& value);
+    static void indentXML(QTextStream& stream, int indent);
+    static void toStream(QTextStream& stream, const char* tag, const QString& value, int indent);
+
+    // Serialising.
+    QString toString();
+    void deleteChildren();
+
+    // Script launching.
+    void executePerlScript(const QString& script, const QString& workingDir, QTextStream* environment,
+                           bool asynchronous, Console console = BuildConsole,
+                           QStringList* processEnvironment = nullptr);
+
+    // The host.
+    static void initialize(StudioInterface* studio, QARes* resources = nullptr);
+    static StudioInterface* studioIFace() { return _studio; }
+    static QWidget* mainWindow();
+    static QAStProjectPref* preferences() { return _projectpref; }
+    static int port();
+    static QString userName();
+    static QString targetDir();
+    static QString helpDir();
+    static QString binaryDir();
+    static QString installDir();
+    static QString scriptsDir();
+    static QStringList perlCommand();
+    static QPixmap pixmap(const QString& name);
+    static void displayMessage(Console console, const QString& text, StreamType stream = OutputStream);
+    static void clearMessage(Console console);
+    static void editFile(const QString& path, int line);
+    static int getViewerIdByName(const QString& name);
+    static QString getViewerNameById(int id);
+
+    /// Computes a fresh identity: seconds since 2000-01-01 plus a counter.
+    static unsigned int _computeID();
+
+signals:
+    void updated();
+    void sortChildrenRequired();
+    void editProperties();
+    void renamed(const QString& name);
+    void removed();
+    void added();
+    void perlScriptTerminated();
+    void perlScriptStarted();
+    void childRemoved(QAStData* child);
+    void childAdded(QAStData* child);
+    void iconChanged(const QPixmap& icon);
+
+public slots:
+    virtual void setName(const QString& name);
+    virtual void charReceived(const QString& text);
+    virtual void charErrorReceived(const QString& text);
+    virtual void sortChildren();
+    virtual void properties();
+    virtual void cut();
+    virtual void copy();
+    virtual void del();
+    virtual void stop();
+    virtual void processTerminated(bool normalExit, int exitStatus);
+
+protected:
+    int executionResult = ExecutionNone;
+    bool modified = false;
+    bool valid = true;
+    QAProcess* process = nullptr;
+    QAStAttribute<QString> iconName;
+    unsigned int quid = 0;
+    bool renameable = true;
+    bool duplicable = true;
+    bool deletable = true;
+    bool open = true;
+    bool alphabeticallySorted = false;
+    int console = BuildConsole;
+    QAProcess* stopProcess = nullptr;
+
+    static QString _lastErrorString;
+
+private:
+    void privAttach(QAStData* parent, QAStData* after);
+    void init(const QDomElement& element, int version);
+    void runAfterStopOn(QAStData* data);
+
+    static QString _encode(const QString& value);
+    static QString _decode(const QString& value);
+
+    QAStData* _firstChild = nullptr;
+    QAStData* _parent = nullptr;
+    QAStData* _next = nullptr;
+    QAStData* _previous = nullptr;
+    QAStAttribute<QString> _name;
+    QPixmap _icon;
+
+    static StudioInterface* _studio;
+    static QAStProjectPref* _projectpref;
+    static QMap<QString, int> _menuMap;
+    static QAStData* _dataRunning;
+};

@@ -1,0 +1,30 @@
+#include "studiointerface.h"
+
+#include <QMessageBox>
+
+StudioInterface::~StudioInterface() = default;
+
+QWidget* StudioInterface::mainWindow() { return nullptr; }
+QString StudioInterface::installDir() { return QString(); }
+QString StudioInterface::scriptsDir() { return QString(); }
+QString StudioInterface::binaryDir() { return QString(); }
+QString StudioInterface::helpDir() { return QString(); }
+QString StudioInterface::targetDir() { return QString(); }
+QString StudioInterface::userName() { return QString(); }
+QString StudioInterface::cmsTool() { return QString(); }
+QStringList StudioInterface::perlCommand() { return QStringList(QString()); }
+int StudioInterface::port() { return -1; }
+QPixmap StudioInterface::pixmap(const QString&) { return QPixmap(); }
+QAILogMonitor* StudioInterface::console(int) { return nullptr; }
+void StudioInterface::clearConsole(int) {}
+void StudioInterface::raiseConsole() {}
+QStringList StudioInterface::viewerFeatureList() { return QStringList(); }
+void StudioInterface::registerPreferencePage(QAStProjectPref*) {}
+void StudioInterface::openEditor(const QString&, bool) {}
+QString StudioInterface::applicationName() { return QString(); }
+bool StudioInterface::prepareRun() { return true; }
+
+int StudioInterface::warningBox(const QString& caption, const QString& text)
+{
+    return QMessageBox::warning(mainWindow(), caption, text);
+}

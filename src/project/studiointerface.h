@@ -1,0 +1,59 @@
+#pragma once
+
+#include "sdk_export.h"
+
+#include <QPixmap>
+#include <QString>
+#include <QStringList>
+
+class QAILogMonitor;
+class QAStProjectPref;
+class QWidget;
+
+/// The host application as the library sees it. Every operation has a
+/// harmless answer here, so that a host implements only what it offers; the
+/// library reaches it through the static accessors of QAStData.
+class SDK_EXPORT StudioInterface
+{
+public:
+    virtual ~StudioInterface();
+
+    /// Parent widget of dialogs.
+    virtual QWidget* mainWindow();
+
+    virtual QString installDir();
+    virtual QString scriptsDir();
+    virtual QString binaryDir();
+    virtual QString helpDir();
+    virtual QString targetDir();
+    virtual QString userName();
+    /// Name of the configuration management tool, empty when there is none.
+    virtual QString cmsTool();
+
+    /// The interpreter: the program first, then its fixed options.
+    virtual QStringList perlCommand();
+    /// Port of the host's listening socket, -1 when it has none.
+    virtual int port();
+    virtual QPixmap pixmap(const QString& name);
+
+    /// The console end for QAStData::Console \a console (0 build, 1 message),
+    /// or null when the host has none.
+    virtual QAILogMonitor* console(int console);
+    virtual void clearConsole(int console);
+    virtual void raiseConsole();
+
+    /// Names of the installed viewer plug-ins, in the host's order.
+    virtual QStringList viewerFeatureList();
+    virtual void registerPreferencePage(QAStProjectPref* preferences);
+
+    /// Opens \a pathAndLine ("path:line") in an editor.
+    virtual void openEditor(const QString& pathAndLine, bool readOnly);
+    /// Caption of every message box.
+    virtual QString applicationName();
+    /// Called first thing in every build and execution; the answer is ignored.
+    virtual bool prepareRun();
+
+    /// Shows a warning box and answers the button pressed. A host that runs
+    /// without a user answers without showing anything.
+    virtual int warningBox(const QString& caption, const QString& text);
+};

@@ -1,0 +1,3 @@
+#include "qailogmonitor.h"
+
+QAILogMonitor::~QAILogMonitor() = default;

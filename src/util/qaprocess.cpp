@@ -1,0 +1,309 @@
+#include "qaprocess.h"
+
+#include "qatrace.h"
+
+#include <QCoreApplication>
+#include <QEventLoop>
+#include <QPointer>
+#include <QRegExp>
+#include <QTextCodec>
+
+QList<QAProcess*> QAProcess::_listOfProcess;
+
+QAProcess::QAProcess(QObject* parent, const char* name)
+    : QObject(parent), textCodec(QTextCodec::codecForLocale())
+{
+    if (name)
+        setObjectName(QString::fromLatin1(name));
+}
+
+QAProcess::~QAProcess()
+{
+    _listOfProcess.removeAll(this);
+    if (!process)
+        return;
+    process->disconnect(this);
+    // A QProcess cannot outlive its object with the child still running; ending
+    // the child here, and waiting for it, keeps the reaping quiet and bounded.
+    if (process->state() != QProcess::NotRunning) {
+        process->kill();
+        process->waitForFinished(5000);
+    }
+    delete process;
+}
+
+bool QAProcess::start(const QStringList& args, const QDir& workingDir, bool& normalExit,
+                      int& exitStatus, QStringList* environment, bool asynchronous)
+{
+    if (args.isEmpty())
+        return false;
+    finished = false;
+    this->asynchronous = asynchronous;
+    if (process) {
+        _listOfProcess.removeAll(this);
+        process->disconnect(this);
+        if (process->state() != QProcess::NotRunning) {
+            process->kill();
+            process->waitForFinished(5000);
+        }
+        delete process;
+        process = nullptr;
+    }
+
+    process = new QProcess(this);
+    process->setProgram(args.first());
+    process->setArguments(args.mid(1));
+    process->setWorkingDirectory(workingDir.absolutePath());
+    if (environment)
+        process->setEnvironment(*environment);
+    connect(process, &QProcess::readyReadStandardError, this, &QAProcess::stderrRead);
+    connect(process, &QProcess::readyReadStandardOutput, this, &QAProcess::stdoutRead);
+    connect(process, &QProcess::finished, this, &QAProcess::terminated);
+
+    process->start();
+    if (!process->waitForStarted(-1)) {
+        warning("%s: unable to start the command\n", qPrintable(args.first()));
+        startFailed();
+        return false;
+    }
+    _listOfProcess.append(this);
+
+    if (!asynchronous) {
+        QPointer<QAProcess> self(this);
+        if (QCoreApplication::instance()) {
+            // A nested loop keeps the user interface and other objects' slots
+            // alive while this caller waits.
+            QEventLoop loop;
+            connect(this, &QAProcess::exited, &loop, &QEventLoop::quit);
+            connect(this, &QObject::destroyed, &loop, &QEventLoop::quit);
+            if (!finished)
+                loop.exec();
+        } else if (!finished) {
+            process->waitForFinished(-1);
+            if (!finished)
+                terminated();
+        }
+        if (!self)
+            return true;
+        normalExit = this->normalExit;
+        exitStatus = failed ? 1 : 0;
+    }
+    return true;
+}
+
+bool QAProcess::start(const QString& commandLine, const QDir& workingDir, bool& normalExit,
+                      int& exitStatus, QStringList* environment, bool asynchronous)
+{
+    QStringList args;
+    commandLineToArgs(commandLine, args);
+    if (!args.isEmpty() && args.last().contains(QLatin1Char('&'))) {
+        args.removeLast();
+        asynchronous = true;
+    }
+    return start(args, workingDir, normalExit, exitStatus, environment, asynchronous);
+}
+
+void QAProcess::startFailed()
+{
+    process->disconnect(this);
+    delete process;
+    process = nullptr;
+}
+
+void QAProcess::kill()
+{
+    if (process)
+        process->kill();
+}
+
+void QAProcess::tryTerminate()
+{
+    if (process)
+        process->terminate();
+}
+
+void QAProcess::killAll()
+{
+    const QList<QAProcess*> running = _listOfProcess;
+    for (QAProcess* member : running)
+        member->kill();
+    _listOfProcess.clear();
+}
+
+int QAProcess::runningCount()
+{
+    return int(_listOfProcess.size());
+}
+
+qint64 QAProcess::pid() const
+{
+    return process ? process->processId() : -1;
+}
+
+void QAProcess::setTextCodec(QTextCodec* codec)
+{
+    if (codec)
+        textCodec = codec;
+}
+
+void QAProcess::stdoutRead()
+{
+    readChannel(QProcess::StandardOutput, false);
+}
+
+void QAProcess::stderrRead()
+{
+    readChannel(QProcess::StandardError, false);
+}
+
+// The one place where process bytes become lines. While the process runs only
+// whole lines leave; at its end, flushTail sends a last line that has no line
+// end as well, completed with one.
+void QAProcess::readChannel(QProcess::ProcessChannel channel, bool flushTail)
+{
+    if (!process)
+        return;
+    const bool isOut = channel == QProcess::StandardOutput;
+    auto readyRead = isOut ? &QProcess::readyReadStandardOutput : &QProcess::readyReadStandardError;
+    auto slot = isOut ? &QAProcess::stdoutRead : &QAProcess::stderrRead;
+
+    // The receivers may turn the event loop; no second read may start meanwhile.
+    disconnect(process, readyRead, this, slot);
+    QPointer<QProcess> guard(process);
+    process->setReadChannel(channel);
+    QByteArray buffer;
+    QList<QByteArray> lines;
+    while (process->canReadLine()) {
+        QByteArray line = process->readLine();
+        if (line.endsWith('\n'))
+            line.chop(1);
+        if (line.endsWith('\r'))
+            line.chop(1);
+        line.append('\n');
+        if (lineByLine)
+            lines.append(line);
+        else
+            buffer.append(line);
+    }
+    if (flushTail && process->bytesAvailable() > 0) {
+        QByteArray tail = process->readAll();
+        tail.append('\n');
+        if (lineByLine)
+            lines.append(tail);
+        else
+            buffer.append(tail);
+    }
+
+    QPointer<QAProcess> self(this);
+    auto deliver = [&](const QByteArray& bytes) {
+        const QString text = textCodec->toUnicode(bytes);
+        if (isOut)
+            emit stdoutReceived(text);
+        else
+            emit stderrReceived(text);
+    };
+    for (const QByteArray& line : std::as_const(lines)) {
+        deliver(line);
+        if (!self)
+            return;
+    }
+    if (!buffer.isEmpty())
+        deliver(buffer);
+    if (self && guard && guard == process)
+        connect(process, readyRead, this, slot, Qt::UniqueConnection);
+}
+
+void QAProcess::terminated()
+{
+    if (!process || finished)
+        return;
+    readChannel(QProcess::StandardOutput, true);
+    if (!process)
+        return;
+    readChannel(QProcess::StandardError, true);
+    if (!process)
+        return;
+    normalExit = process->exitStatus() == QProcess::NormalExit;
+    const int status = process->exitCode();
+    finished = true;
+    failed = !normalExit || status != 0;
+    _listOfProcess.removeAll(this);
+    emit exited(normalExit, status);
+}
+
+// ---------------------------------------------------------------------------
+// Command lines
+
+namespace {
+
+const char* const wordClass = R"([_A-Za-z0-9/\\:\.\+\~\#\{\}\[\]\|\@\$\%\,\;\?\!\-\*\&\=\<\>\)\(])";
+
+QList<QRegExp> tokenExpressions()
+{
+    const QString word = QString::fromLatin1(wordClass);
+    return {
+        QRegExp(word + QLatin1String("+")),
+        QRegExp(QLatin1String(R"(["]([^"]|[^"\\]|[\\]["\\]|)") + word + QLatin1String(R"()*["])")),
+        QRegExp(QLatin1String(R"([']([^']|[^'\\]|[\\]['\\]|)") + word + QLatin1String(R"()*['])")),
+        QRegExp(QLatin1String(R"([\&])")),
+    };
+}
+
+} // namespace
+
+void QAProcess::commandLineToArgs(const QString& commandLine, QStringList& args)
+{
+    args.clear();
+    QList<QRegExp> expressions = tokenExpressions();
+    // A match found from an earlier position that still begins at or behind
+    // the current one is the match from the current one: keep it, so that a
+    // long line is not searched again for every token.
+    int index[4] = {-2, -2, -2, -2};
+    int length[4] = {0, 0, 0, 0};
+    int position = 0;
+    while (position <= commandLine.size()) {
+        int best = -1;
+        for (int i = 0; i < 4; ++i) {
+            if (index[i] == -2 || (index[i] >= 0 && index[i] < position)) {
+                index[i] = expressions[i].indexIn(commandLine, position);
+                length[i] = index[i] >= 0 ? expressions[i].matchedLength() : 0;
+            }
+            if (index[i] < 0)
+                continue;
+            if (best < 0 || index[i] < index[best]
+                || (index[i] == index[best] && length[i] >= length[best]))
+                best = i;
+        }
+        if (best < 0 || length[best] <= 0)
+            break;
+        const QString matched = commandLine.mid(index[best], length[best]);
+        if (matched.startsWith(QLatin1Char('"')) || matched.startsWith(QLatin1Char('\'')))
+            args.append(matched.mid(1, matched.size() - 2));
+        else
+            args.append(matched);
+        position = index[best] + length[best];
+    }
+}
+
+QStringList splitWithEscapeSequence(const QString& separator, const QString& text)
+{
+    QStringList pieces;
+    QString rest = text;
+    qsizetype start = 0;
+    if (!separator.isEmpty()) {
+        qsizetype from = 0;
+        qsizetype found;
+        while ((found = rest.indexOf(separator, from)) != -1) {
+            if (found > 0 && rest.at(found - 1) == QLatin1Char('\\')) {
+                rest.remove(found - 1, 1);
+                from = found - 1 + separator.size();
+                continue;
+            }
+            pieces.append(rest.mid(start, found - start));
+            start = from = found + separator.size();
+        }
+    }
+    if (start < rest.size() - 1)
+        pieces.append(rest.mid(start));
+    return pieces;
+}

@@ -1,0 +1,71 @@
+#pragma once
+
+#include "sdk_export.h"
+
+#include <QByteArray>
+#include <QDir>
+#include <QList>
+#include <QObject>
+#include <QProcess>
+#include <QStringList>
+
+class QTextCodec;
+
+/// A child process with text signals: standard output and standard error
+/// arrive decoded, in batches of whole lines, and the end comes as one signal.
+///
+/// The synchronous mode keeps the event loop turning while it waits, so slots
+/// of other objects (and of this object's own receivers) run inside start().
+class SDK_EXPORT QAProcess : public QObject
+{
+    Q_OBJECT
+public:
+    explicit QAProcess(QObject* parent = nullptr, const char* name = nullptr);
+    ~QAProcess() override;
+
+    bool start(const QStringList& args, const QDir& workingDir, bool& normalExit, int& exitStatus,
+               QStringList* environment = nullptr, bool asynchronous = true);
+    bool start(const QString& commandLine, const QDir& workingDir, bool& normalExit, int& exitStatus,
+               QStringList* environment = nullptr, bool asynchronous = true);
+
+    static void commandLineToArgs(const QString& commandLine, QStringList& args);
+    static void killAll();
+    /// The processes started and not yet ended; a shutdown kills them.
+    static int runningCount();
+
+    void kill();
+    void tryTerminate();
+    qint64 pid() const;
+    void setTextCodec(QTextCodec* codec);
+    QTextCodec* textCodecUsed() const { return textCodec; }
+    bool isFinished() const { return finished; }
+
+signals:
+    void stdoutReceived(const QString& text);
+    void stderrReceived(const QString& text);
+    void exited(bool normalExit, int exitStatus);
+
+public slots:
+    void stdoutRead();
+    void stderrRead();
+    void terminated();
+
+private:
+    void readChannel(QProcess::ProcessChannel channel, bool flushTail);
+    void startFailed();
+
+    QProcess* process = nullptr;
+    bool finished = false;
+    bool normalExit = false;
+    bool failed = false;
+    bool asynchronous = true;
+    QTextCodec* textCodec = nullptr;
+    bool lineByLine = false;
+
+    static QList<QAProcess*> _listOfProcess;
+};
+
+/// Splits \a text on \a separator; a separator preceded by a backslash is kept
+/// as text and loses the backslash. A last piece that is empty or one character
+/// long is not added.
+SDK_EXPORT QStringList splitWithEscapeSequence(const QString& separator, const QString& text);

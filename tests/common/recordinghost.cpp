@@ -1,0 +1,89 @@
+#include "recordinghost.h"
+
+#include <QDir>
+#include <QTest>
+
+#include <cstdio>
+
+RecordingHost::RecordingHost()
+{
+    perl = QStringList{binaryDir() + QStringLiteral("/Velmontperl"), QStringLiteral("-I"),
+                       stageDir() + QStringLiteral("/lib/perl")};
+}
+
+QString RecordingHost::stageDir()
+{
+    return QStringLiteral(SDK_TEST_STAGE_DIR);
+}
+
+QString RecordingHost::scriptsDir()
+{
+    return stageDir() + QStringLiteral("/lib/scripts");
+}
+
+QString RecordingHost::binaryDir()
+{
+    return stageDir() + QStringLiteral("/bin/linux/x86_64");
+}
+
+QString RecordingHost::helpDir()
+{
+    return stageDir() + QStringLiteral("/doc");
+}
+
+QString RecordingHost::targetDir()
+{
+    return stageDir() + QStringLiteral("/targets");
+}
+
+QAILogMonitor* RecordingHost::console(int id)
+{
+    if (id == 0)
+        return &buildConsole;
+    if (id == 1)
+        return &messageConsole;
+    return nullptr;
+}
+
+void RecordingHost::openEditor(const QString& pathAndLine, bool readOnly)
+{
+    editorRequests.append(pathAndLine + (readOnly ? QStringLiteral(" (read-only)") : QString()));
+}
+
+int RecordingHost::warningBox(const QString& caption, const QString& text)
+{
+    boxes.append(caption + QLatin1Char('|') + text);
+    return boxAnswer;
+}
+
+QString RecordingHost::consoleText(int id, bool errorsOnly) const
+{
+    QString text;
+    for (const Message& message : messages) {
+        if (message.console == id && (!errorsOnly || message.isError))
+            text += message.text;
+    }
+    return text;
+}
+
+namespace {
+
+QtMessageHandler previousHandler = nullptr;
+
+void processLeakHandler(QtMsgType type, const QMessageLogContext& context, const QString& message)
+{
+    if (message.contains(QLatin1String("Destroyed while process"))) {
+        std::fprintf(stderr, "FAIL: %s\n", qPrintable(message));
+        std::fflush(stderr);
+        std::abort();
+    }
+    if (previousHandler)
+        previousHandler(type, context, message);
+}
+
+} // namespace
+
+void installProcessLeakGuard()
+{
+    previousHandler = qInstallMessageHandler(processLeakHandler);
+}

@@ -1,0 +1,87 @@
+#pragma once
+
+#include "qailogmonitor.h"
+#include "studiointerface.h"
+
+#include <QList>
+#include <QString>
+#include <QStringList>
+
+/// A host for tests: it answers the staged reference installation for every
+/// directory, runs scripts with the staged interpreter command, and records
+/// everything the library asks of it.
+class RecordingHost : public StudioInterface
+{
+public:
+    struct Message {
+        int console;
+        QString text;
+        bool isError;
+    };
+
+    class Console : public QAILogMonitor
+    {
+    public:
+        Console(RecordingHost* host, int id) : host(host), id(id) {}
+        void log(const QString& text) override { host->messages.append({id, text, false}); }
+        void error(const QString& text) override
+        {
+            host->messages.append({id, text, true});
+            ++errors;
+        }
+        int errorCount() const override { return errors; }
+        void resetError() override { errors = 0; }
+
+    private:
+        RecordingHost* host;
+        int id;
+        int errors = 0;
+    };
+
+    RecordingHost();
+
+    /// The staged installation that the build made for the tests.
+    static QString stageDir();
+
+    QString installDir() override { return stageDir(); }
+    QString scriptsDir() override;
+    QString binaryDir() override;
+    QString helpDir() override;
+    QString targetDir() override;
+    QString userName() override { return QStringLiteral("tester"); }
+    QStringList perlCommand() override { return perl; }
+    int port() override { return 4711; }
+    QAILogMonitor* console(int id) override;
+    void clearConsole(int id) override { cleared.append(id); }
+    void raiseConsole() override { ++raised; }
+    QStringList viewerFeatureList() override { return viewers; }
+    void openEditor(const QString& pathAndLine, bool readOnly) override;
+    QString applicationName() override { return QStringLiteral("Velmont Studio"); }
+    bool prepareRun() override
+    {
+        ++prepared;
+        return true;
+    }
+    int warningBox(const QString& caption, const QString& text) override;
+
+    /// All text that reached console \a id, in arrival order.
+    QString consoleText(int id, bool errorsOnly = false) const;
+
+    QStringList perl;
+    QStringList viewers;
+    QList<Message> messages;
+    QList<int> cleared;
+    QStringList editorRequests;
+    QStringList boxes;
+    int boxAnswer = 0;
+    int raised = 0;
+    int prepared = 0;
+
+private:
+    Console buildConsole {this, 0};
+    Console messageConsole {this, 1};
+};
+
+/// Turns Qt's "Destroyed while process ... is still running" warning into a
+/// test failure: a test must never leave a child process behind an object.
+void installProcessLeakGuard();
