@@ -850,7 +850,10 @@ void QAStData::executePerlScript(const QString& script, const QString& workingDi
         return;
     }
 
+    // Without a host the interpreter command is a single empty word; leaving
+    // empty words out lets a script with its own "#!" line still run.
     QStringList command = perlCommand();
+    command.removeAll(QString());
     if (QDir::isRelativePath(script))
         command.append(scriptsDir() + QDir::separator() + script);
     else
