@@ -790,7 +790,8 @@ void QAStData::editFile(const QString& path, int line)
         _studio->openEditor(path + QLatin1Char(':') + QString::number(line), false);
         return;
     }
-    _studio->warningBox(_studio->applicationName(), tr("%1\n\nFile not found.").arg(path));
+    _studio->messageBox(QMessageBox::Warning, _studio->applicationName(),
+                        tr("%1\n\nFile not found.").arg(path));
 }
 
 int QAStData::getViewerIdByName(const QString& name)

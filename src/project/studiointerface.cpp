@@ -24,7 +24,11 @@ void StudioInterface::openEditor(const QString&, bool) {}
 QString StudioInterface::applicationName() { return QString(); }
 bool StudioInterface::prepareRun() { return true; }
 
-int StudioInterface::warningBox(const QString& caption, const QString& text)
+int StudioInterface::messageBox(QMessageBox::Icon icon, const QString& caption, const QString& text,
+                                QMessageBox::StandardButtons buttons,
+                                QMessageBox::StandardButton defaultButton)
 {
-    return QMessageBox::warning(mainWindow(), caption, text);
+    QMessageBox box(icon, caption, text, buttons, mainWindow());
+    box.setDefaultButton(defaultButton);
+    return box.exec();
 }

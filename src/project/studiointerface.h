@@ -2,6 +2,7 @@
 
 #include "sdk_export.h"
 
+#include <QMessageBox>
 #include <QPixmap>
 #include <QString>
 #include <QStringList>
@@ -53,7 +54,9 @@ public:
     /// Called first thing in every build and execution; the answer is ignored.
     virtual bool prepareRun();
 
-    /// Shows a warning box and answers the button pressed. A host that runs
-    /// without a user answers without showing anything.
-    virtual int warningBox(const QString& caption, const QString& text);
+    /// Shows a message box and answers the button pressed. A host that runs
+    /// without a user answers without showing anything, usually the default.
+    virtual int messageBox(QMessageBox::Icon icon, const QString& caption, const QString& text,
+                           QMessageBox::StandardButtons buttons = QMessageBox::Ok,
+                           QMessageBox::StandardButton defaultButton = QMessageBox::NoButton);
 };

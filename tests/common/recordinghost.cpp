@@ -50,10 +50,20 @@ void RecordingHost::openEditor(const QString& pathAndLine, bool readOnly)
     editorRequests.append(pathAndLine + (readOnly ? QStringLiteral(" (read-only)") : QString()));
 }
 
-int RecordingHost::warningBox(const QString& caption, const QString& text)
+int RecordingHost::messageBox(QMessageBox::Icon, const QString& caption, const QString& text,
+                              QMessageBox::StandardButtons buttons,
+                              QMessageBox::StandardButton defaultButton)
 {
     boxes.append(caption + QLatin1Char('|') + text);
-    return boxAnswer;
+    if (boxAnswer != 0)
+        return boxAnswer;
+    if (defaultButton != QMessageBox::NoButton)
+        return defaultButton;
+    for (unsigned bit = 1; bit; bit <<= 1) {
+        if (buttons.toInt() & bit)
+            return int(bit);
+    }
+    return QMessageBox::Ok;
 }
 
 QString RecordingHost::consoleText(int id, bool errorsOnly) const

@@ -62,7 +62,10 @@ public:
         ++prepared;
         return true;
     }
-    int warningBox(const QString& caption, const QString& text) override;
+    /// Records "caption|text" and answers boxAnswer, or the default button
+    /// (the first button when there is none) while boxAnswer is 0.
+    int messageBox(QMessageBox::Icon icon, const QString& caption, const QString& text,
+                   QMessageBox::StandardButtons buttons, QMessageBox::StandardButton defaultButton) override;
 
     /// All text that reached console \a id, in arrival order.
     QString consoleText(int id, bool errorsOnly = false) const;

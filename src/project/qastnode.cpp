@@ -1,0 +1,869 @@
+#include "qastnode.h"
+
+#include "qafileutil.h"
+#include "qaprocess.h"
+#include "qatrace.h"
+#include "studiointerface.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QTextStream>
+
+#include <unistd.h>
+
+bool QAStNode::_isConnected = false;
+
+QAStNode::QAStNode(const QString& name, const QPixmap& icon, QAStData* parent, QAStData* after)
+    : QAStData(name, icon, parent, after)
+{
+}
+
+QAStNode::~QAStNode()
+{
+    delete childIterator;
+}
+
+QAStNode* QAStNode::toNode(QAStData* data)
+{
+    return qobject_cast<QAStNode*>(data);
+}
+
+QList<QAStNode*> QAStNode::children() const
+{
+    QList<QAStNode*> nodes;
+    for (QAStData* child = firstChild(); child; child = child->next()) {
+        if (QAStNode* node = toNode(child))
+            nodes.append(node);
+    }
+    return nodes;
+}
+
+bool QAStNode::isSkipped(QAStNode* node) const
+{
+    const State s = node->effectiveState();
+    return s == Excluded || s == ReportOnly;
+}
+
+// ---------------------------------------------------------------------------
+// Simple answers
+
+void QAStNode::setState(QAStNode::State value)
+{
+    state = value;
+    emit stateChanged(value);
+}
+
+bool QAStNode::isNodeExecutable()
+{
+    return true;
+}
+
+int QAStNode::executionFlag()
+{
+    // The flag lives in the current configuration; a node without one has
+    // no step selected.
+    return 0;
+}
+
+unsigned int QAStNode::settingsMask() const
+{
+    return 0xFFFFFFFFu;
+}
+
+QStringList QAStNode::disableViewerList() const
+{
+    return QStringList();
+}
+
+QList<QAStNode*> QAStNode::childrenToBuild()
+{
+    return children();
+}
+
+QList<QAStNode*> QAStNode::childrenToExecute()
+{
+    return children();
+}
+
+QAStNode* QAStNode::buildExecuteChildNode() const
+{
+    if (!childIterator || childPosition >= childIterator->size())
+        return nullptr;
+    return childIterator->at(childPosition).data();
+}
+
+void QAStNode::settings()
+{
+    emit editSettings();
+}
+
+void QAStNode::settingsCommited()
+{
+    forceRebuild = true;
+    modified = true;
+    const QList<QAStData*> descendants = childrenOfClass("QAStNode", true);
+    for (QAStData* descendant : descendants) {
+        if (descendant->inherits("QAStNodeUser"))
+            continue;
+        auto* node = static_cast<QAStNode*>(descendant);
+        node->forceRebuild = true;
+        node->modified = true;
+    }
+}
+
+void QAStNode::moveUp()
+{
+    QAStData* up = parent();
+    QAStData* before = previous();
+    if (!up || !before)
+        return;
+    QAStData* anchor = before->previous();
+    remove();
+    up->addChild(this, anchor);
+}
+
+void QAStNode::moveDown()
+{
+    QAStData* up = parent();
+    QAStData* after = next();
+    if (!up || !after)
+        return;
+    remove();
+    up->addChild(this, after);
+}
+
+// ---------------------------------------------------------------------------
+// Deciding to build
+
+bool QAStNode::mustRebuilt()
+{
+    if (forceRebuild)
+        return true;
+    for (QAStData* child = firstChild(); child; child = child->next()) {
+        QAStNode* node = toNode(child);
+        if (!node || node->inherits("QAStNodeUser") || isSkipped(node))
+            continue;
+        if (node->mustRebuilt()) {
+            warning("QAStData::mustRebuilt %s", qPrintable(node->name()));
+            return true;
+        }
+    }
+    return false;
+}
+
+// ---------------------------------------------------------------------------
+// Building
+
+void QAStNode::build()
+{
+    buildProcess(false);
+}
+
+void QAStNode::rebuild()
+{
+    rebuildProcess(false);
+}
+
+void QAStNode::rebuildProcess(bool debug)
+{
+    debugRun = debug;
+    forceRebuild = true;
+    const QList<QAStData*> descendants = childrenOfClass("QAStNode", true);
+    for (QAStData* descendant : descendants)
+        static_cast<QAStNode*>(descendant)->forceRebuild = true;
+    deleteOutFileNames();
+    buildProcess(debug);
+}
+
+void QAStNode::buildProcess(bool debug)
+{
+    debugRun = debug;
+    executionResult = ExecutionNone;
+    for (QAStData* ancestor = parent(); ancestor; ancestor = ancestor->parent()) {
+        if (QAStNode* node = toNode(ancestor)) {
+            node->executionResult = ExecutionNone;
+            emit node->buildExecuteFinished();
+        }
+    }
+    emit buildExecuteInvoked();
+    if (!_isConnected) {
+        connect(this, &QAStNode::buildExecuteFinished, this, &QAStNode::done);
+        _isConnected = true;
+    }
+    clearMessage(BuildConsole);
+    if (StudioInterface* studio = studioIFace()) {
+        studio->prepareRun();
+        studio->raiseConsole();
+    }
+    if (isSkipped(this)) {
+        emit buildExecuteFinished();
+        return;
+    }
+    if (mustRebuilt()) {
+        buildNode();
+        return;
+    }
+    displayMessage(BuildConsole, tr("%1: is up-to-date\n").arg(name()));
+    executionResult = ExecutionSuccess;
+    emit buildExecuteFinished();
+}
+
+void QAStNode::enterDirectory()
+{
+    // A node that builds and then executes enters twice in one run; the
+    // directory to go back to is the one from before the first entry.
+    if (savedDirectory.isEmpty())
+        savedDirectory = QDir::currentPath();
+    QDir::setCurrent(directory());
+}
+
+void QAStNode::buildNode()
+{
+    enterDirectory();
+    executionResult = ExecutionNone;
+    buildFirstChild();
+}
+
+void QAStNode::buildFirstChild()
+{
+    delete childIterator;
+    childIterator = new QList<QPointer<QAStNode>>;
+    for (QAStNode* child : childrenToBuild())
+        childIterator->append(child);
+    childPosition = 0;
+    if (nextChildToBuild()) {
+        QAStNode* child = buildExecuteChildNode();
+        buildChildStartEvent(child);
+        buildCurrentChild();
+        return;
+    }
+    finishChildWalk(false);
+}
+
+void QAStNode::finishChildWalk(bool execution)
+{
+    delete childIterator;
+    childIterator = nullptr;
+    if (execution) {
+        executeStartEvent();
+        emit buildExecuteStarted();
+        executeAfterChildren(debugRun);
+    } else {
+        buildStartEvent();
+        emit buildExecuteStarted();
+        buildAfterChildren();
+    }
+}
+
+bool QAStNode::nextChildToBuild()
+{
+    while (childIterator && childPosition < childIterator->size()) {
+        QAStNode* child = childIterator->at(childPosition);
+        if (!child || isSkipped(child)) {
+            ++childPosition;
+            continue;
+        }
+        if (child->mustRebuilt() || child->inherits("QAStNodeUser"))
+            return true;
+        displayMessage(BuildConsole, tr("%1: is up-to-date\n").arg(child->name()));
+        executionResult = ExecutionSuccess;
+        ++childPosition;
+    }
+    return false;
+}
+
+void QAStNode::buildCurrentChild()
+{
+    QAStNode* child = buildExecuteChildNode();
+    if (!child)
+        return;
+    connect(child, &QAStNode::buildExecuteFinished, this, &QAStNode::buildNextChild,
+            static_cast<Qt::ConnectionType>(Qt::QueuedConnection | Qt::UniqueConnection));
+    child->buildNode();
+}
+
+bool QAStNode::abortBuildOnChildError(QAStNode* child)
+{
+    const int status = child->executionStatus();
+    return status == ExecutionFailed || status == ExecutionStopped;
+}
+
+void QAStNode::buildNextChild()
+{
+    QAStNode* child = buildExecuteChildNode();
+    if (child)
+        disconnect(child, &QAStNode::buildExecuteFinished, this, &QAStNode::buildNextChild);
+    if (!childIterator)
+        return;
+    if (!child) {
+        // The child went away during its run: count it as stopped.
+        executionResult = ExecutionStopped;
+        abortBuildExecute();
+        return;
+    }
+    buildChildFinishEvent(child);
+    if (abortBuildOnChildError(child)) {
+        executionResult = child->executionStatus();
+        abortBuildExecute();
+        return;
+    }
+    child->forceRebuild = false;
+    ++childPosition;
+    if (nextChildToBuild()) {
+        QAStNode* following = buildExecuteChildNode();
+        buildChildStartEvent(following);
+        buildCurrentChild();
+        return;
+    }
+    finishChildWalk(false);
+}
+
+void QAStNode::buildAfterChildren()
+{
+    if (perlscriptAfterChild.isEmpty()) {
+        buildFinishEvent();
+        abortBuildExecute();
+        forceRebuild = false;
+        return;
+    }
+    QTextStream stream;
+    if (!createEnvironmentFile(stream)) {
+        executionResult = ExecutionFailed;
+        buildFinishEvent();
+        abortBuildExecute();
+        return;
+    }
+    generateEnv(stream);
+    connect(this, &QAStData::perlScriptTerminated, this, &QAStNode::buildScriptTerminated,
+            Qt::UniqueConnection);
+    executePerlScript(perlscriptAfterChild, directory(), &stream, true, BuildConsole, nullptr);
+}
+
+void QAStNode::buildScriptTerminated()
+{
+    warning("QAStNode::buildScriptTerminated [%s]", qPrintable(name()));
+    disconnect(this, &QAStData::perlScriptTerminated, this, &QAStNode::buildScriptTerminated);
+    readLogFile();
+    if (executionResult == ExecutionSuccess)
+        forceRebuild = false;
+    buildFinishEvent();
+    if (executionResult == ExecutionFailed || executionResult == ExecutionStopped) {
+        abortBuildExecute();
+        return;
+    }
+    if (isNodeExecutable()) {
+        executeNode();
+        if (!background.get())
+            return;
+    }
+    emit buildExecuteFinished();
+}
+
+void QAStNode::abortBuildExecute()
+{
+    if (!savedDirectory.isEmpty()) {
+        QDir::setCurrent(savedDirectory);
+        savedDirectory.clear();
+    }
+    delete childIterator;
+    childIterator = nullptr;
+    emit buildExecuteFinished();
+}
+
+void QAStNode::done()
+{
+    if (executionResult == ExecutionSuccess)
+        displayMessage(BuildConsole, tr("\nSuccess\n"));
+    disconnect(this, &QAStNode::buildExecuteFinished, this, &QAStNode::done);
+    _isConnected = false;
+}
+
+// ---------------------------------------------------------------------------
+// Executing
+
+void QAStNode::execute()
+{
+    executeOrDebug(false);
+}
+
+void QAStNode::debug()
+{
+    executeOrDebug(true);
+}
+
+void QAStNode::executeOrDebug(bool debug)
+{
+    executionResult = ExecutionNone;
+    emit buildExecuteInvoked();
+    debugRun = debug;
+    clearMessage(BuildConsole);
+    StudioInterface* studio = studioIFace();
+    if (studio)
+        studio->prepareRun();
+    if (mustRebuilt()) {
+        int answer = QMessageBox::Yes;
+        if (studio) {
+            answer = studio->messageBox(
+                QMessageBox::Warning, tr("%1 execution").arg(name()),
+                tr("You have changed settings, compilation flags or source file content.\n"
+                   "Do you want to rebuild the node?"),
+                QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel, QMessageBox::Yes);
+        }
+        if (answer == QMessageBox::Yes) {
+            rebuildProcess(debug);
+            return;
+        }
+        if (answer != QMessageBox::No) {
+            emit buildExecuteFinished();
+            return;
+        }
+        forceRebuild = false;
+        for (QAStNode* child : children())
+            child->forceRebuild = false;
+    }
+    if (studio)
+        studio->raiseConsole();
+    executeNode();
+}
+
+void QAStNode::executeNode()
+{
+    warning("QAStNode::executeNode [%s]", qPrintable(name()));
+    enterDirectory();
+    if (executionFlag() & 0x30) {
+        executeFirstChild();
+        return;
+    }
+    displayMessage(BuildConsole, tr("%1: no execution step is selected\n").arg(name()));
+    abortBuildExecute();
+}
+
+void QAStNode::executeFirstChild()
+{
+    delete childIterator;
+    childIterator = new QList<QPointer<QAStNode>>;
+    for (QAStNode* child : childrenToExecute())
+        childIterator->append(child);
+    childPosition = 0;
+    if (nextChildToExecute()) {
+        QAStNode* child = buildExecuteChildNode();
+        executeChildStartEvent(child);
+        executeCurrentChild();
+        return;
+    }
+    finishChildWalk(true);
+}
+
+// An excluded child that cannot execute itself stays in the walk: that is how
+// the kinds that are not executable pass their turn.
+bool QAStNode::nextChildToExecute()
+{
+    while (childIterator && childPosition < childIterator->size()) {
+        QAStNode* child = childIterator->at(childPosition);
+        if (child && (child->effectiveState() == Included || !child->isNodeExecutable()))
+            return true;
+        ++childPosition;
+    }
+    return false;
+}
+
+void QAStNode::executeCurrentChild()
+{
+    QAStNode* child = buildExecuteChildNode();
+    if (!child)
+        return;
+    child->debugRun = debugRun;
+    if (child->background.get()) {
+        child->executeNode();
+        executeNextChild();
+        return;
+    }
+    connect(child, &QAStNode::buildExecuteFinished, this, &QAStNode::executeNextChild,
+            static_cast<Qt::ConnectionType>(Qt::QueuedConnection | Qt::UniqueConnection));
+    child->executeNode();
+}
+
+void QAStNode::executeNextChild()
+{
+    QAStNode* child = buildExecuteChildNode();
+    if (!childIterator)
+        return;
+    if (!child) {
+        executionResult = ExecutionFailed;
+        abortBuildExecute();
+        return;
+    }
+    if (!child->background.get())
+        disconnect(child, &QAStNode::buildExecuteFinished, this, &QAStNode::executeNextChild);
+    child->debugRun = false;
+    executeChildFinishEvent(child);
+    if (child->executionStatus() == ExecutionStopped) {
+        executionResult = ExecutionFailed;
+        abortBuildExecute();
+        return;
+    }
+    ++childPosition;
+    if (nextChildToExecute()) {
+        QAStNode* following = buildExecuteChildNode();
+        executeChildStartEvent(following);
+        executeCurrentChild();
+        return;
+    }
+    finishChildWalk(true);
+}
+
+void QAStNode::executeAfterChildren(bool)
+{
+    abortBuildExecute();
+}
+
+// ---------------------------------------------------------------------------
+// Events
+
+void QAStNode::buildStartEvent()
+{
+    warning("buildStartEvent for [%s]", qPrintable(name()));
+}
+
+void QAStNode::buildFinishEvent()
+{
+    warning("buildFinishEvent for [%s]", qPrintable(name()));
+}
+
+void QAStNode::buildChildStartEvent(QAStNode* child)
+{
+    warning("buildChildStartEvent for [%s]", qPrintable(child ? child->name() : QString()));
+}
+
+void QAStNode::buildChildFinishEvent(QAStNode* child)
+{
+    warning("buildChildFinishEvent for [%s]", qPrintable(child->name()));
+    // A failure overrules everything; a failed verdict overrules a success
+    // that comes after it.
+    const int c = child->executionStatus();
+    int& s = executionResult;
+    if (c == ExecutionFailed)
+        s = ExecutionFailed;
+    else if (s == ExecutionFailed)
+        return;
+    else if (c == ExecutionTestFailed)
+        s = ExecutionTestFailed;
+    else if (s != ExecutionTestFailed)
+        s = c;
+}
+
+void QAStNode::executeStartEvent()
+{
+    warning("executeStartEvent for [%s]", qPrintable(name()));
+}
+
+void QAStNode::executeFinishEvent()
+{
+    warning("executeFinishEvent for [%s]", qPrintable(name()));
+}
+
+void QAStNode::executeChildStartEvent(QAStNode* child)
+{
+    warning("executeChildStartEvent for [%s]", qPrintable(child ? child->name() : QString()));
+}
+
+void QAStNode::executeChildFinishEvent(QAStNode* child)
+{
+    warning("executeChildFinishEvent for [%s]", qPrintable(child ? child->name() : QString()));
+}
+
+void QAStNode::cleanStartEvent()
+{
+    warning("cleanStartEvent for [%s]", qPrintable(name()));
+}
+
+void QAStNode::cleanFinishEvent()
+{
+    warning("cleanFinishEvent for [%s]", qPrintable(name()));
+}
+
+// ---------------------------------------------------------------------------
+// Cleaning
+
+void QAStNode::clean()
+{
+    if (StudioInterface* studio = studioIFace())
+        studio->raiseConsole();
+    displayMessage(BuildConsole, tr("%1: Cleaning...\n").arg(name()));
+    cleanStartEvent();
+    deleteOutFileNames();
+    cleanFinishEvent();
+}
+
+void QAStNode::deleteOutFileNames()
+{
+    const QString prefix = _hashCode(currentConfiguration);
+    for (auto it = outFileNamesMap.constBegin(); it != outFileNamesMap.constEnd(); ++it) {
+        if (!it.key().startsWith(prefix))
+            continue;
+        for (const QString& path : it.value()) {
+            const QString absolute = determineAbsolutePathFile(path);
+            const QFileInfo info(absolute);
+            if (info.isDir() && !info.isSymLink())
+                QAFileUtil::removeDirectory(absolute);
+            else
+                ::unlink(QFile::encodeName(absolute).constData());
+        }
+    }
+    // Every configuration's entries go, though only the current one's files
+    // are deleted from disk.
+    clearOutFileNames();
+    for (QAStNode* child : children())
+        child->deleteOutFileNames();
+    executionResult = ExecutionNone;
+    modified = true;
+    emit nodeCleaned();
+}
+
+// ---------------------------------------------------------------------------
+// Stopping
+
+void QAStNode::launchStopProcess(qint64 pid)
+{
+    if (stopProcess)
+        return;
+    // Stopped from now on: the script may die of the stop script's signal
+    // before the stop script ends, and its exit must not read as a failure.
+    executionResult = ExecutionStopped;
+    QStringList command = perlCommand();
+    command.removeAll(QString());
+    command << scriptsDir() + QDir::separator() + QStringLiteral("Stop.pl") << environmentFileName()
+            << QString::number(pid) << perlscriptAfterChild;
+    stopProcess = new QAProcess(this);
+    connect(stopProcess, &QAProcess::stdoutReceived, this, &QAStData::charReceived);
+    connect(stopProcess, &QAProcess::stderrReceived, this, &QAStData::charErrorReceived);
+    connect(stopProcess, &QAProcess::exited, this, &QAStNode::stopProcessTerminated);
+    bool normalExit = false;
+    int status = 0;
+    if (!stopProcess->start(command, QDir(directory()), normalExit, status, nullptr, true)) {
+        displayMessage(BuildConsole, tr("%1: unable to start the command\n").arg(command.first()),
+                       ErrorStream);
+        delete stopProcess;
+        stopProcess = nullptr;
+        // The script must still end even when the stop script cannot run.
+        killAfterStop();
+    }
+}
+
+void QAStNode::stopProcessTerminated(bool, int)
+{
+    if (stopProcess) {
+        stopProcess->disconnect(this);
+        stopProcess->deleteLater();
+        stopProcess = nullptr;
+    }
+    killAfterStop();
+}
+
+void QAStNode::killAfterStop()
+{
+    if (process) {
+        process->kill();
+        executionResult = ExecutionStopped;
+    }
+    executeAfterStopProcess();
+}
+
+// ---------------------------------------------------------------------------
+// The output file map
+
+QString QAStNode::_hashCode(const QString& text)
+{
+    const QString upper = text.toUpper();
+    quint32 value = 0x4A4A4A4Au;
+    int position = 0;
+    for (const QChar c : upper) {
+        if (c.unicode() < 256)
+            value ^= quint32(c.unicode()) << (8 * position);
+        position = (position + 1) % 4;
+    }
+    return QString::number(value);
+}
+
+QString QAStNode::outFileNameKey(const QString& type) const
+{
+    return _hashCode(currentConfiguration) + QLatin1Char('_') + type.toUpper();
+}
+
+void QAStNode::addOutFileName(const QString& type, const QString& path)
+{
+    const QString relative = determineRelativePathFile(path);
+    QStringList& list = outFileNamesMap[outFileNameKey(type)];
+    if (!list.contains(relative))
+        list.append(relative);
+}
+
+void QAStNode::addOutFileName(const QString& type, const QStringList& paths)
+{
+    for (const QString& path : paths)
+        addOutFileName(type, path);
+}
+
+void QAStNode::removeOutFileName(const QString& type, const QString& path)
+{
+    const auto it = outFileNamesMap.find(outFileNameKey(type));
+    if (it != outFileNamesMap.end())
+        it.value().removeAll(determineRelativePathFile(path));
+}
+
+void QAStNode::clearOutFileNames()
+{
+    outFileNamesMap.clear();
+}
+
+QMap<QString, QStringList>& QAStNode::outFileNameMap()
+{
+    return outFileNamesMap;
+}
+
+void QAStNode::outFileNames(const QString& type, QStringList& out)
+{
+    if (effectiveState() == Excluded)
+        return;
+    const auto it = outFileNamesMap.constFind(outFileNameKey(type));
+    if (it != outFileNamesMap.constEnd()) {
+        for (const QString& path : it.value()) {
+            const QString absolute = determineAbsolutePathFile(path);
+            if (!out.contains(absolute))
+                out.append(absolute);
+        }
+    }
+    for (QAStNode* child : children())
+        child->outFileNames(type, out);
+}
+
+QString QAStNode::outFileName(const QString& type)
+{
+    if (effectiveState() == Excluded)
+        return QString();
+    const auto it = outFileNamesMap.constFind(outFileNameKey(type));
+    if (it != outFileNamesMap.constEnd() && !it.value().isEmpty())
+        return determineAbsolutePathFile(it.value().first());
+    for (QAStNode* child : children()) {
+        const QString found = child->outFileName(type);
+        if (!found.isNull())
+            return determineAbsolutePathFile(found);
+    }
+    return QString();
+}
+
+bool QAStNode::outFileNameContains(const QString& type)
+{
+    return outFileNamesMap.contains(outFileNameKey(type));
+}
+
+void QAStNode::outFileNamesOutOf(const QString& type, QStringList& out)
+{
+    const QString prefix = _hashCode(currentConfiguration) + QLatin1Char('_');
+    const QString excluded = outFileNameKey(type);
+    for (auto it = outFileNamesMap.constBegin(); it != outFileNamesMap.constEnd(); ++it) {
+        if (it.key().startsWith(prefix) && it.key() != excluded)
+            out.append(it.value());
+    }
+}
+
+void QAStNode::listOutFileNames(QStringList& out)
+{
+    if (effectiveState() == Excluded)
+        return;
+    const QString prefix = _hashCode(currentConfiguration) + QLatin1Char('_');
+    const QString dummy = outFileNameKey(QStringLiteral("DUM"));
+    for (auto it = outFileNamesMap.constBegin(); it != outFileNamesMap.constEnd(); ++it) {
+        if (!it.key().startsWith(prefix) || it.key() == dummy)
+            continue;
+        for (const QString& path : it.value()) {
+            const QString absolute = determineAbsolutePathFile(path);
+            if (!out.contains(absolute))
+                out.append(absolute);
+        }
+    }
+    for (QAStNode* child : children())
+        child->listOutFileNames(out);
+}
+
+QString QAStNode::logFilename()
+{
+    return directory() + QDir::separator() + QStringLiteral("intermediates_files")
+        + QString::number(quid) + QStringLiteral(".log");
+}
+
+void QAStNode::readLogFile()
+{
+    const QString fileName = logFilename();
+    QFile file(fileName);
+    if (!file.open(QIODevice::ReadOnly)) {
+        warning("cannot open file %s", qPrintable(fileName));
+        return;
+    }
+    while (!file.atEnd()) {
+        const QByteArray bytes = file.readLine(4096);
+        if (bytes.isEmpty() && file.error() != QFileDevice::NoError) {
+            if (StudioInterface* studio = studioIFace())
+                studio->messageBox(QMessageBox::Critical, studio->applicationName(),
+                                   tr("An error occured when trying to read log file %1").arg(fileName));
+            break;
+        }
+        QString line = QString::fromLocal8Bit(bytes);
+        if (line.endsWith(QLatin1Char('\n')))
+            line.chop(1);
+        if (line.endsWith(QLatin1Char('\r')))
+            line.chop(1);
+        const QString type = line.left(3);
+        const QString path = line.mid(4);
+        if (path.isEmpty())
+            continue;
+        addOutFileName(type, QAFileUtil::longPath(path));
+    }
+    file.close();
+    modified = true;
+    QFile::remove(fileName);
+}
+
+// ---------------------------------------------------------------------------
+// Report file names
+
+QString QAStNode::reportFile(const char* extension, const char* fallback)
+{
+    // Without a configuration every report takes its standing name.
+    QString file = QString::fromLatin1(fallback);
+    const QString suffix = QString::fromLatin1(extension);
+    if (QFileInfo(file).suffix() != suffix)
+        file += QLatin1Char('.') + suffix;
+    return determineAbsolutePathFile(file);
+}
+
+QString QAStNode::tdfFile()
+{
+    return reportFile("tdf", "tracer.tdf");
+}
+
+QString QAStNode::tioFile()
+{
+    return reportFile("tio", "zentacov.tio");
+}
+
+QString QAStNode::tqfFile()
+{
+    return reportFile("tqf", "timvexlt.tqf");
+}
+
+QString QAStNode::tzfFile()
+{
+    return reportFile("tzf", "stacksize.tzf");
+}
+
+QString QAStNode::tgfFile()
+{
+    return reportFile("tgf", "ccoupling.tgf");
+}
+
+QString QAStNode::tpfFile()
+{
+    return reportFile("tpf", "memvexlt.tpf");
+}

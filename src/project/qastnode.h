@@ -1,0 +1,154 @@
+#pragma once
+
+#include "qastdata.h"
+
+#include <QList>
+#include <QMap>
+#include <QPointer>
+#include <QStringList>
+
+/// A tree object that can be built, executed, debugged, cleaned and stopped.
+///
+/// A run is a chain of events, not a loop: the node starts one child, goes
+/// back to the event loop, and carries on when the child's
+/// buildExecuteFinished() arrives. The child's end is delivered queued, so the
+/// stack does not grow with the number of children a run walks through.
+class SDK_EXPORT QAStNode : public QAStData
+{
+    Q_OBJECT
+public:
+    enum State { Included = 0, Excluded = 1, ReportOnly = 2 };
+    Q_ENUM(State)
+
+    QAStNode(const QString& name, const QPixmap& icon, QAStData* parent = nullptr,
+             QAStData* after = nullptr);
+    ~QAStNode() override;
+
+    virtual void setState(QAStNode::State state);
+    virtual void outFileNames(const QString& type, QStringList& out);
+    virtual QString outFileName(const QString& type);
+    virtual bool outFileNameContains(const QString& type);
+    virtual void outFileNamesOutOf(const QString& type, QStringList& out);
+    virtual void listOutFileNames(QStringList& out);
+    virtual QMap<QString, QStringList>& outFileNameMap();
+    virtual bool isNodeExecutable();
+    virtual int executionFlag();
+    virtual QString logFilename();
+    virtual QString tdfFile();
+    virtual QString tioFile();
+    virtual QString tqfFile();
+    virtual QString tzfFile();
+    virtual QString tgfFile();
+    virtual QString tpfFile();
+    virtual unsigned int settingsMask() const;
+    virtual void readLogFile();
+    virtual bool mustRebuilt();
+
+    virtual void buildNode();
+    virtual void executeNode();
+    virtual void buildFirstChild();
+    virtual void buildCurrentChild();
+    virtual bool abortBuildOnChildError(QAStNode* child);
+    virtual void executeFirstChild();
+    virtual void executeCurrentChild();
+    virtual QList<QAStNode*> childrenToBuild();
+    virtual void buildAfterChildren();
+    virtual QList<QAStNode*> childrenToExecute();
+    virtual void executeAfterChildren(bool debug);
+
+    virtual void buildStartEvent();
+    virtual void buildFinishEvent();
+    virtual void buildChildStartEvent(QAStNode* child);
+    virtual void buildChildFinishEvent(QAStNode* child);
+    virtual void executeStartEvent();
+    virtual void executeFinishEvent();
+    virtual void executeChildStartEvent(QAStNode* child);
+    virtual void executeChildFinishEvent(QAStNode* child);
+    virtual void cleanStartEvent();
+    virtual void cleanFinishEvent();
+    virtual QStringList disableViewerList() const;
+    virtual void deleteOutFileNames();
+    virtual void buildProcess(bool debug);
+    virtual void rebuildProcess(bool debug);
+
+    void launchStopProcess(qint64 pid) override;
+
+    // Non-virtual operations.
+    void abortBuildExecute();
+    QAStNode* buildExecuteChildNode() const;
+    QList<QAStNode*> children() const;
+    static QAStNode* toNode(QAStData* data);
+    void setForceRebuild(bool force) { forceRebuild = force; }
+    bool isForceRebuild() const { return forceRebuild; }
+    bool isDebug() const { return debugRun; }
+    QAStNode::State effectiveState() const { return static_cast<State>(state.get()); }
+    QAStAttribute<int>& stateAttribute() { return state; }
+    QAStAttribute<bool>& backgroundAttribute() { return background; }
+    QString currentConfigurationName() const { return currentConfiguration; }
+    QString perlScriptAfterChild() const { return perlscriptAfterChild; }
+    void setPerlScriptAfterChild(const QString& script) { perlscriptAfterChild = script; }
+    QString perlScriptBeforeChild() const { return perlscriptBeforeChild; }
+    void setPerlScriptBeforeChild(const QString& script) { perlscriptBeforeChild = script; }
+
+    void addOutFileName(const QString& type, const QString& path);
+    void addOutFileName(const QString& type, const QStringList& paths);
+    void removeOutFileName(const QString& type, const QString& path);
+    void clearOutFileNames();
+    QString outFileNameKey(const QString& type) const;
+    static QString _hashCode(const QString& text);
+
+    /// True while a run is under way whose root listens for its end.
+    static bool isRunConnected() { return _isConnected; }
+
+signals:
+    void nodeCleaned();
+    void buildExecuteFinished();
+    void buildExecuteStarted();
+    void buildExecuteInvoked();
+    void editSettings();
+    void stateChanged(QAStNode::State state);
+
+public slots:
+    virtual void build();
+    virtual void rebuild();
+    virtual void execute();
+    virtual void debug();
+    virtual void clean();
+    virtual void settings();
+    virtual void settingsCommited();
+    virtual void moveUp();
+    virtual void moveDown();
+    virtual void buildScriptTerminated();
+    virtual void executeNextChild();
+    virtual void buildNextChild();
+    virtual void done();
+    virtual void executeOrDebug(bool debug);
+    virtual void stopProcessTerminated(bool normalExit, int status);
+
+protected:
+    bool nextChildToBuild();
+    bool nextChildToExecute();
+    bool isSkipped(QAStNode* node) const;
+    QString reportFile(const char* extension, const char* fallback);
+    void enterDirectory();
+
+    QAStAttribute<int> state {Included, true};
+    QAStAttribute<bool> background {false, true};
+    bool forceRebuild = false;
+    bool debugRun = false;
+    QString savedDirectory;
+    /// The children of the run under way and the position in it; only between
+    /// the first child and the last. Guarded: a child may be deleted meanwhile.
+    QList<QPointer<QAStNode>>* childIterator = nullptr;
+    qsizetype childPosition = 0;
+    QMap<QString, QStringList> outFileNamesMap;
+    QString perlscriptBeforeChild;
+    QString perlscriptAfterChild;
+    QString currentConfiguration;
+
+private:
+    void finishChildWalk(bool execution);
+    void killAfterStop();
+
+    static bool _isConnected;
+};
