@@ -20,16 +20,34 @@ QAProcess::QAProcess(QObject* parent, const char* name)
 QAProcess::~QAProcess()
 {
     _listOfProcess.removeAll(this);
+    releaseProcess();
+}
+
+// Ends and frees the QProcess. A QProcess cannot outlive its object with the
+// child still running; ending the child here, and waiting for it, keeps the
+// reaping quiet and bounded. A receiver may delete this object, or start the
+// next run, from inside stdoutReceived, stderrReceived or exited: then a signal
+// of that very QProcess is being delivered, Qt still runs code of it when the
+// signal returns, and it may only be deleted later.
+void QAProcess::releaseProcess()
+{
     if (!process)
         return;
-    process->disconnect(this);
-    // A QProcess cannot outlive its object with the child still running; ending
-    // the child here, and waiting for it, keeps the reaping quiet and bounded.
-    if (process->state() != QProcess::NotRunning) {
-        process->kill();
-        process->waitForFinished(5000);
+    QProcess* old = process;
+    process = nullptr;
+    old->disconnect(this);
+    const bool insideItsSignal = deliveringSignals > 0;
+    if (old->state() != QProcess::NotRunning) {
+        old->kill();
+        if (!insideItsSignal)
+            old->waitForFinished(5000);
     }
-    delete process;
+    if (insideItsSignal) {
+        old->setParent(nullptr);
+        old->deleteLater();
+    } else {
+        delete old;
+    }
 }
 
 bool QAProcess::start(const QStringList& args, const QDir& workingDir, bool& normalExit,
@@ -39,16 +57,8 @@ bool QAProcess::start(const QStringList& args, const QDir& workingDir, bool& nor
         return false;
     finished = false;
     this->asynchronous = asynchronous;
-    if (process) {
-        _listOfProcess.removeAll(this);
-        process->disconnect(this);
-        if (process->state() != QProcess::NotRunning) {
-            process->kill();
-            process->waitForFinished(5000);
-        }
-        delete process;
-        process = nullptr;
-    }
+    _listOfProcess.removeAll(this);
+    releaseProcess();
 
     process = new QProcess(this);
     process->setProgram(args.first());
@@ -80,7 +90,7 @@ bool QAProcess::start(const QStringList& args, const QDir& workingDir, bool& nor
                 loop.exec();
         } else if (!finished) {
             process->waitForFinished(-1);
-            if (!finished)
+            if (self && !finished)
                 terminated();
         }
         if (!self)
@@ -148,12 +158,20 @@ void QAProcess::setTextCodec(QTextCodec* codec)
 
 void QAProcess::stdoutRead()
 {
+    QPointer<QAProcess> self(this);
+    ++deliveringSignals;
     readChannel(QProcess::StandardOutput, false);
+    if (self)
+        --deliveringSignals;
 }
 
 void QAProcess::stderrRead()
 {
+    QPointer<QAProcess> self(this);
+    ++deliveringSignals;
     readChannel(QProcess::StandardError, false);
+    if (self)
+        --deliveringSignals;
 }
 
 // The one place where process bytes become lines. While the process runs only
@@ -209,19 +227,39 @@ void QAProcess::readChannel(QProcess::ProcessChannel channel, bool flushTail)
     }
     if (!buffer.isEmpty())
         deliver(buffer);
-    if (self && guard && guard == process)
+    if (self && guard && guard == process) {
         connect(process, readyRead, this, slot, Qt::UniqueConnection);
+        // Lines that came while the receivers turned the event loop raised a
+        // signal that found no connection; read them on the next turn instead
+        // of letting them wait for more output or for the end.
+        process->setReadChannel(channel);
+        if (process->canReadLine())
+            QMetaObject::invokeMethod(this, slot, Qt::QueuedConnection);
+    }
 }
 
 void QAProcess::terminated()
 {
     if (!process || finished)
         return;
+    QPointer<QAProcess> self(this);
+    ++deliveringSignals;
+    finish();
+    if (self)
+        --deliveringSignals;
+}
+
+// The receivers of the last lines may delete this object or start the next
+// run; then the end of this run is no longer this object's to report.
+void QAProcess::finish()
+{
+    QPointer<QAProcess> self(this);
+    QProcess* const ended = process;
     readChannel(QProcess::StandardOutput, true);
-    if (!process)
+    if (!self || process != ended)
         return;
     readChannel(QProcess::StandardError, true);
-    if (!process)
+    if (!self || process != ended)
         return;
     normalExit = process->exitStatus() == QProcess::NormalExit;
     const int status = process->exitCode();
@@ -294,7 +332,9 @@ QStringList splitWithEscapeSequence(const QString& separator, const QString& tex
         qsizetype from = 0;
         qsizetype found;
         while ((found = rest.indexOf(separator, from)) != -1) {
-            if (found > 0 && rest.at(found - 1) == QLatin1Char('\\')) {
+            // Only a backslash of the current piece escapes: the last character
+            // of the previous separator (found == start) is no escape.
+            if (found > start && rest.at(found - 1) == QLatin1Char('\\')) {
                 rest.remove(found - 1, 1);
                 from = found - 1 + separator.size();
                 continue;

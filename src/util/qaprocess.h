@@ -53,6 +53,8 @@ public slots:
 private:
     void readChannel(QProcess::ProcessChannel channel, bool flushTail);
     void startFailed();
+    void releaseProcess();
+    void finish();
 
     QProcess* process = nullptr;
     bool finished = false;
@@ -61,6 +63,9 @@ private:
     bool asynchronous = true;
     QTextCodec* textCodec = nullptr;
     bool lineByLine = false;
+    /// Slots of this object that a signal of the QProcess runs at the moment;
+    /// while there is one, the QProcess is deleted later, not at once.
+    int deliveringSignals = 0;
 
     static QList<QAProcess*> _listOfProcess;
 };
