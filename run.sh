@@ -64,7 +64,8 @@ bench)
     mkdir -p build
     configure_build build/bench -DCMAKE_BUILD_TYPE=Release -DSDK_BUILD_TESTS=OFF -DSDK_BUILD_BENCH=ON
     for b in build/bench/bench/bench_*; do
-        [ -x "$b" ] && "$b"
+        # Skip the build system's own bench_*_autogen directories.
+        if [ -f "$b" ] && [ -x "$b" ]; then "$b"; fi
     done
     ;;
 fuzz)
