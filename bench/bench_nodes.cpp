@@ -3,6 +3,7 @@
 // loop (the two timed in turns in each iteration), and the time to decide that
 // a tree of 10,000 nodes is up to date, where no process starts at all.
 
+#include "withoutmenus.h"
 #include "qastnode.h"
 #include "studiointerface.h"
 
@@ -23,20 +24,13 @@ public:
     QStringList perlCommand() override { return {QStringLiteral("perl")}; }
 };
 
-class BenchNode : public QAStNode
+class BenchNode : public WithoutMenus<QAStNode>
 {
 public:
     BenchNode(const QString& name, QAStData* parent = nullptr)
-        : QAStNode(name, QPixmap(), parent)
+        : WithoutMenus(name, QPixmap(), parent)
     {
     }
-    QMenu* popupMenu(QWidget*) override { return nullptr; }
-    QMenu* addChildPopupMenu(QWidget*) override { return nullptr; }
-    QMenu* addNextPopupMenu(QWidget*) override { return nullptr; }
-    QMenu* viewPopupMenu(QWidget*) override { return nullptr; }
-    void localActionMenuItems(QMenu*) override {}
-    QStringList vcsItems() override { return {}; }
-    void doubleClickAction() override {}
     bool isNodeExecutable() override { return false; }
 };
 

@@ -4,6 +4,7 @@
 // a shell loop. The two are timed in turns inside one iteration, so that the
 // ratio does not depend on how busy the machine was at one moment or another.
 
+#include "withoutmenus.h"
 #include "qastdata.h"
 #include "studiointerface.h"
 
@@ -32,17 +33,10 @@ public:
     QStringList perlCommand() override { return {QStringLiteral("perl")}; }
 };
 
-class BenchData : public QAStData
+class BenchData : public WithoutMenus<QAStData>
 {
 public:
-    explicit BenchData(const QString& name) : QAStData(name, QPixmap()) {}
-    QMenu* popupMenu(QWidget*) override { return nullptr; }
-    QMenu* addChildPopupMenu(QWidget*) override { return nullptr; }
-    QMenu* addNextPopupMenu(QWidget*) override { return nullptr; }
-    QMenu* viewPopupMenu(QWidget*) override { return nullptr; }
-    void localActionMenuItems(QMenu*) override {}
-    QStringList vcsItems() override { return {}; }
-    void doubleClickAction() override {}
+    explicit BenchData(const QString& name) : WithoutMenus(name, QPixmap()) {}
 };
 
 // Launches the next script from the end of the previous one, as a node that

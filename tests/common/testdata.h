@@ -1,32 +1,26 @@
 #pragma once
 
+#include "withoutmenus.h"
 #include "qastdata.h"
 
 #include <QMenu>
 
 /// The smallest concrete tree object: QAStData with empty menus. Tests that
 /// need to watch the tree events count them here.
-class TestData : public QAStData
+class TestData : public WithoutMenus<QAStData>
 {
     Q_OBJECT
 public:
     TestData(const QString& name, QAStData* parent = nullptr, QAStData* after = nullptr)
-        : QAStData(name, QPixmap(), parent, after)
+        : WithoutMenus(name, QPixmap(), parent, after)
     {
     }
     TestData(const QDomElement& element, int version, QAStData* parent = nullptr,
              QAStData* after = nullptr)
-        : QAStData(element, version, parent, after)
+        : WithoutMenus(element, version, parent, after)
     {
     }
 
-    QMenu* popupMenu(QWidget*) override { return nullptr; }
-    QMenu* addChildPopupMenu(QWidget*) override { return nullptr; }
-    QMenu* addNextPopupMenu(QWidget*) override { return nullptr; }
-    QMenu* viewPopupMenu(QWidget*) override { return nullptr; }
-    void localActionMenuItems(QMenu*) override {}
-    QStringList vcsItems() override { return {}; }
-    void doubleClickAction() override {}
 
     void addEvent() override { events << QStringLiteral("add:") + name(); }
     void removeEvent() override { events << QStringLiteral("remove:") + name(); }

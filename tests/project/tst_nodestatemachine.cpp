@@ -1,3 +1,4 @@
+#include "withoutmenus.h"
 #include "qaprocess.h"
 #include "qastnode.h"
 #include "recordinghost.h"
@@ -13,22 +14,15 @@
 
 namespace {
 
-class TestNode : public QAStNode
+class TestNode : public WithoutMenus<QAStNode>
 {
     Q_OBJECT
 public:
     TestNode(const QString& name, QAStData* parent = nullptr, QAStData* after = nullptr)
-        : QAStNode(name, QPixmap(), parent, after)
+        : WithoutMenus(name, QPixmap(), parent, after)
     {
         connect(this, &QAStNode::buildExecuteFinished, this, [this] { ++finished; });
     }
-    QMenu* popupMenu(QWidget*) override { return nullptr; }
-    QMenu* addChildPopupMenu(QWidget*) override { return nullptr; }
-    QMenu* addNextPopupMenu(QWidget*) override { return nullptr; }
-    QMenu* viewPopupMenu(QWidget*) override { return nullptr; }
-    void localActionMenuItems(QMenu*) override {}
-    QStringList vcsItems() override { return {}; }
-    void doubleClickAction() override {}
     int executionFlag() override { return flag; }
     bool isNodeExecutable() override { return executable; }
 
