@@ -75,7 +75,8 @@ fuzz)
     configure_build build/fuzz -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_CXX_COMPILER=clang++ \
         -DSDK_BUILD_TESTS=OFF -DSDK_BUILD_TOOLS=OFF -DSDK_BUILD_FUZZ=ON
     for f in build/fuzz/fuzz/fuzz_*; do
-        [ -x "$f" ] || continue
+        # Skip the build system's own fuzz_*_autogen directories.
+        [ -f "$f" ] && [ -x "$f" ] || continue
         corpus="build/fuzz/corpus/$(basename "$f")"
         mkdir -p "$corpus"
         "$f" -max_total_time="$seconds" -timeout=10 "$corpus" "$root/fuzz/seeds/$(basename "$f")"
