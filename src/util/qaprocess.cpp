@@ -66,6 +66,8 @@ bool QAProcess::start(const QStringList& args, const QDir& workingDir, bool& nor
     process->setWorkingDirectory(workingDir.absolutePath());
     if (environment)
         process->setEnvironment(*environment);
+    // Nobody writes to a script: reading its input must end at once, not hang.
+    process->setStandardInputFile(QProcess::nullDevice());
     connect(process, &QProcess::readyReadStandardError, this, &QAProcess::stderrRead);
     connect(process, &QProcess::readyReadStandardOutput, this, &QAProcess::stdoutRead);
     connect(process, &QProcess::finished, this, &QAProcess::terminated);

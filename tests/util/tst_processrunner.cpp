@@ -293,6 +293,12 @@ private slots:
         QCOMPARE(r.out, QFileInfo(dir.path()).canonicalFilePath() + "\n");
     }
 
+    void readingInputEndsAtOnce()
+    {
+        const Run r = runPerl(QStringLiteral("my $l = <STDIN>; print defined $l ? qq(got\\n) : qq(eof\\n);"));
+        QCOMPARE(r.out, QStringLiteral("eof\n"));
+    }
+
     void killAllKillsEveryChild()
     {
         QAProcess::killAll(); // with no process: nothing happens
