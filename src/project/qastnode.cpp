@@ -227,18 +227,34 @@ void QAStNode::buildNode()
 
 void QAStNode::buildFirstChild()
 {
+    startChildWalk(childrenToBuild());
+    goOnWithChildren(false);
+}
+
+void QAStNode::startChildWalk(const QList<QAStNode*>& nodes)
+{
     delete childIterator;
     childIterator = new QList<QPointer<QAStNode>>;
-    for (QAStNode* child : childrenToBuild())
+    for (QAStNode* child : nodes)
         childIterator->append(child);
     childPosition = 0;
-    if (nextChildToBuild()) {
+}
+
+// Starts the child at the iterator, or ends the walk when none is left.
+void QAStNode::goOnWithChildren(bool execution)
+{
+    if (execution ? nextChildToExecute() : nextChildToBuild()) {
         QAStNode* child = buildExecuteChildNode();
-        buildChildStartEvent(child);
-        buildCurrentChild();
+        if (execution) {
+            executeChildStartEvent(child);
+            executeCurrentChild();
+        } else {
+            buildChildStartEvent(child);
+            buildCurrentChild();
+        }
         return;
     }
-    finishChildWalk(false);
+    finishChildWalk(execution);
 }
 
 void QAStNode::finishChildWalk(bool execution)
@@ -310,13 +326,7 @@ void QAStNode::buildNextChild()
     }
     child->forceRebuild = false;
     ++childPosition;
-    if (nextChildToBuild()) {
-        QAStNode* following = buildExecuteChildNode();
-        buildChildStartEvent(following);
-        buildCurrentChild();
-        return;
-    }
-    finishChildWalk(false);
+    goOnWithChildren(false);
 }
 
 void QAStNode::buildAfterChildren()
@@ -441,18 +451,8 @@ void QAStNode::executeNode()
 
 void QAStNode::executeFirstChild()
 {
-    delete childIterator;
-    childIterator = new QList<QPointer<QAStNode>>;
-    for (QAStNode* child : childrenToExecute())
-        childIterator->append(child);
-    childPosition = 0;
-    if (nextChildToExecute()) {
-        QAStNode* child = buildExecuteChildNode();
-        executeChildStartEvent(child);
-        executeCurrentChild();
-        return;
-    }
-    finishChildWalk(true);
+    startChildWalk(childrenToExecute());
+    goOnWithChildren(true);
 }
 
 // An excluded child that cannot execute itself stays in the walk: that is how
@@ -504,13 +504,7 @@ void QAStNode::executeNextChild()
         return;
     }
     ++childPosition;
-    if (nextChildToExecute()) {
-        QAStNode* following = buildExecuteChildNode();
-        executeChildStartEvent(following);
-        executeCurrentChild();
-        return;
-    }
-    finishChildWalk(true);
+    goOnWithChildren(true);
 }
 
 void QAStNode::executeAfterChildren(bool)

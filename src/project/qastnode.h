@@ -147,6 +147,8 @@ protected:
     QString currentConfiguration;
 
 private:
+    void startChildWalk(const QList<QAStNode*>& nodes);
+    void goOnWithChildren(bool execution);
     void finishChildWalk(bool execution);
     void killAfterStop();
 
