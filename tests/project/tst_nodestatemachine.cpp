@@ -74,6 +74,8 @@ private slots:
     void executionAsksBeforeRebuilding_data();
     void executionAsksBeforeRebuilding();
     void hashCodeIgnoresCase();
+    void movesKeepTheChainWhole();
+    void reportNamesWithoutAConfiguration();
 
 private:
     TestNode* makeTree(const QStringList& childNames, bool withScripts);
@@ -343,6 +345,39 @@ void tst_NodeStateMachine::hashCodeIgnoresCase()
     // Four characters fill the four bytes, the fifth starts again at the lowest.
     QCOMPARE(QAStNode::_hashCode(QStringLiteral("\x01\x01\x01\x01\x01")),
              QString::number(0x4A4A4A4Au ^ 0x01010101u ^ 0x01u));
+}
+
+void tst_NodeStateMachine::movesKeepTheChainWhole()
+{
+    makeTree({"a", "b", "c"}, false);
+    auto names = [this] {
+        QStringList list;
+        for (QAStNode* node : root->children())
+            list << node->name();
+        return list;
+    };
+    QAStNode* c = root->children().last();
+    c->moveUp();
+    QCOMPARE(names(), QStringList({"a", "c", "b"}));
+    c->moveUp();
+    c->moveUp();
+    QCOMPARE(names(), QStringList({"c", "a", "b"}));
+    c->moveDown();
+    c->moveDown();
+    c->moveDown();
+    QCOMPARE(names(), QStringList({"a", "b", "c"}));
+    QCOMPARE(root->last(), c);
+    QCOMPARE(c->previous()->next(), c);
+}
+
+void tst_NodeStateMachine::reportNamesWithoutAConfiguration()
+{
+    makeTree({}, false);
+    const QString here = QDir::currentPath() + QLatin1Char('/');
+    QCOMPARE(root->tdfFile(), here + "tracer.tdf");
+    QCOMPARE(root->tioFile(), here + "zentacov.tio");
+    QCOMPARE(root->tpfFile(), here + "memvexlt.tpf");
+    QCOMPARE(root->logFilename(), here + QStringLiteral("intermediates_files%1.log").arg(root->getQuid()));
 }
 
 QTEST_MAIN(tst_NodeStateMachine)
