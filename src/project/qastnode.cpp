@@ -13,6 +13,7 @@
 #include <unistd.h>
 
 bool QAStNode::_isConnected = false;
+QAStNode* QAStNode::_runRoot = nullptr;
 
 QAStNode::QAStNode(const QString& name, const QPixmap& icon, QAStData* parent, QAStData* after)
     : QAStData(name, icon, parent, after)
@@ -22,6 +23,12 @@ QAStNode::QAStNode(const QString& name, const QPixmap& icon, QAStData* parent, Q
 QAStNode::~QAStNode()
 {
     delete childIterator;
+    // A root deleted during its run must not keep every later run from
+    // hearing its own end.
+    if (_runRoot == this) {
+        _runRoot = nullptr;
+        _isConnected = false;
+    }
 }
 
 QAStNode* QAStNode::toNode(QAStData* data)
@@ -190,6 +197,7 @@ void QAStNode::buildProcess(bool debug)
     if (!_isConnected) {
         connect(this, &QAStNode::buildExecuteFinished, this, &QAStNode::done);
         _isConnected = true;
+        _runRoot = this;
     }
     clearMessage(BuildConsole);
     if (StudioInterface* studio = studioIFace()) {
@@ -387,6 +395,7 @@ void QAStNode::done()
         displayMessage(BuildConsole, tr("\nSuccess\n"));
     disconnect(this, &QAStNode::buildExecuteFinished, this, &QAStNode::done);
     _isConnected = false;
+    _runRoot = nullptr;
 }
 
 // ---------------------------------------------------------------------------

@@ -153,4 +153,5 @@ private:
     void killAfterStop();
 
     static bool _isConnected;
+    static QAStNode* _runRoot;
 };

@@ -75,6 +75,7 @@ private slots:
     void executionAsksBeforeRebuilding();
     void hashCodeIgnoresCase();
     void movesKeepTheChainWhole();
+    void deletingTheRootDuringItsRunFreesTheNextRun();
     void reportNamesWithoutAConfiguration();
 
 private:
@@ -368,6 +369,21 @@ void tst_NodeStateMachine::movesKeepTheChainWhole()
     QCOMPARE(names(), QStringList({"a", "b", "c"}));
     QCOMPARE(root->last(), c);
     QCOMPARE(c->previous()->next(), c);
+}
+
+void tst_NodeStateMachine::deletingTheRootDuringItsRunFreesTheNextRun()
+{
+    makeTree({"wait"}, true);
+    root->rebuild();
+    QTRY_VERIFY_WITH_TIMEOUT(host.consoleText(0).contains(QLatin1String("waiting")), 10000);
+    delete root;
+    root = nullptr;
+    QVERIFY(!QAStNode::isRunConnected());
+    QDir::setCurrent(startDirectory);
+    makeTree({"a"}, true);
+    root->rebuild();
+    runToEnd(root);
+    QVERIFY(host.consoleText(0).endsWith(QLatin1String("\nSuccess\n")));
 }
 
 void tst_NodeStateMachine::reportNamesWithoutAConfiguration()
