@@ -939,40 +939,41 @@ void QAStData::charErrorReceived(const QString& text)
     displayMessage(static_cast<Console>(console), text, ErrorStream);
 }
 
-void QAStData::stop()
+// The objects a stop acts on: this one when it runs, else every running
+// descendant. A running object with no process is left alone.
+QList<QAStData*> QAStData::runningToStop()
 {
-    if (isRunningStatus(executionResult)) {
-        if (process)
-            launchStopProcess(process->pid());
-        return;
-    }
+    if (isRunningStatus(executionResult))
+        return process ? QList<QAStData*>{this} : QList<QAStData*>();
+    QList<QAStData*> running;
     const QList<QAStData*> descendants = childrenOfClass("QAStData", true);
     for (QAStData* descendant : descendants) {
         if (isRunningStatus(descendant->executionResult) && descendant->process)
-            descendant->launchStopProcess(descendant->process->pid());
+            running.append(descendant);
     }
+    return running;
+}
+
+void QAStData::stop()
+{
+    for (QAStData* data : runningToStop())
+        data->launchStopProcess(data->process->pid());
 }
 
 void QAStData::launchStopProcess(qint64) {}
 
-void QAStData::runAfterStopOn(QAStData* data)
+void QAStData::killAsStopped()
 {
+    if (!process)
+        return;
     // The stopped status is set before the exit arrives, so that
     // processTerminated cannot overwrite it.
-    data->process->kill();
-    data->executionResult = ExecutionStopped;
+    process->kill();
+    executionResult = ExecutionStopped;
 }
 
 void QAStData::executeAfterStopProcess()
 {
-    if (isRunningStatus(executionResult)) {
-        if (process)
-            runAfterStopOn(this);
-        return;
-    }
-    const QList<QAStData*> descendants = childrenOfClass("QAStData", true);
-    for (QAStData* descendant : descendants) {
-        if (isRunningStatus(descendant->executionResult) && descendant->process)
-            runAfterStopOn(descendant);
-    }
+    for (QAStData* data : runningToStop())
+        data->killAsStopped();
 }

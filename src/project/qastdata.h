@@ -224,10 +224,13 @@ protected:
 
     static QString _lastErrorString;
 
+    /// Kills this object's script, if it has one, and marks it stopped.
+    void killAsStopped();
+
 private:
     void privAttach(QAStData* parent, QAStData* after);
     void init(const QDomElement& element, int version);
-    void runAfterStopOn(QAStData* data);
+    QList<QAStData*> runningToStop();
 
     static QString _encode(const QString& value);
     static QString _decode(const QString& value);

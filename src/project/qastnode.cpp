@@ -664,12 +664,10 @@ void QAStNode::stopProcessTerminated(bool, int)
     killAfterStop();
 }
 
+// This node is already marked stopped, so the common walk would pass it by.
 void QAStNode::killAfterStop()
 {
-    if (process) {
-        process->kill();
-        executionResult = ExecutionStopped;
-    }
+    killAsStopped();
     executeAfterStopProcess();
 }
 

@@ -75,7 +75,7 @@ bool QAProcess::start(const QStringList& args, const QDir& workingDir, bool& nor
     process->start();
     if (!process->waitForStarted(-1)) {
         warning("%s: unable to start the command\n", qPrintable(args.first()));
-        startFailed();
+        releaseProcess();
         return false;
     }
     _listOfProcess.append(this);
@@ -113,13 +113,6 @@ bool QAProcess::start(const QString& commandLine, const QDir& workingDir, bool& 
         asynchronous = true;
     }
     return start(args, workingDir, normalExit, exitStatus, environment, asynchronous);
-}
-
-void QAProcess::startFailed()
-{
-    process->disconnect(this);
-    delete process;
-    process = nullptr;
 }
 
 void QAProcess::kill()

@@ -52,7 +52,6 @@ public slots:
 
 private:
     void readChannel(QProcess::ProcessChannel channel, bool flushTail);
-    void startFailed();
     void releaseProcess();
     void finish();
 
