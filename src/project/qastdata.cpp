@@ -3,6 +3,10 @@
 #include "qafileutil.h"
 #include "qailogmonitor.h"
 #include "qaprocess.h"
+#include "qastdatacopydrag.h"
+#include "qastdatafactory.h"
+#include "qastdatamovedrag.h"
+#include "qastdataundoactionmanager.h"
 #include "qastperlgen.h"
 #include "qastprojectpref.h"
 #include "qatrace.h"
@@ -11,7 +15,9 @@
 #include <QClipboard>
 #include <QDateTime>
 #include <QDir>
+#include <QDomDocument>
 #include <QDomElement>
+#include <QDropEvent>
 #include <QFile>
 #include <QFileInfo>
 #include <QGuiApplication>
@@ -681,12 +687,130 @@ void QAStData::copy()
         clipboard->setText(toString());
 }
 
+void QAStData::paste()
+{
+    QAStData* data = clipboardContentToData();
+    if (!data)
+        return;
+    if (acceptDrop(data)) {
+        adoptAsCommand(data);
+        return;
+    }
+    delete data;
+    if (_studio)
+        _studio->messageBox(QMessageBox::Warning, _studio->applicationName(),
+                            tr("Unable to paste the clipboard's content here"));
+}
+
 void QAStData::del()
 {
+    undoManager()->add(new QAStDataUndoAction(QAStDataUndoAction::Removed, this));
     // The command may come from this object's own menu: it must live until
     // the event loop returns to it.
     remove();
     deleteLater();
+}
+
+void QAStData::adoptAsCommand(QAStData* data)
+{
+    addChild(data, nullptr);
+    undoManager()->add(new QAStDataUndoAction(QAStDataUndoAction::Added, data));
+}
+
+// ---------------------------------------------------------------------------
+// Clipboard, drag and drop
+
+QAStData* QAStData::stringContentToData(const QString& text)
+{
+    if (text.isEmpty())
+        return nullptr;
+    QDomDocument document;
+    if (!document.setContent(text))
+        return nullptr;
+    return QAStDataFactory::create(document.documentElement(), 1, nullptr, nullptr);
+}
+
+QAStData* QAStData::clipboardContentToData()
+{
+    if (!qobject_cast<QGuiApplication*>(QCoreApplication::instance()))
+        return nullptr;
+    QClipboard* clipboard = QGuiApplication::clipboard();
+    return clipboard ? stringContentToData(clipboard->text()) : nullptr;
+}
+
+QMimeData* QAStData::dragObject(bool copy, QWidget* dragSource)
+{
+    if (copy)
+        return new QAStDataCopyDrag(toString(), dragSource);
+    return new QAStDataMoveDrag(this, dragSource);
+}
+
+void QAStData::drop(QDropEvent* event)
+{
+    if (!event || !event->mimeData())
+        return;
+    const QMimeData* mime = event->mimeData();
+    const QString format = mime->formats().value(0);
+    if (format == QLatin1String(QAStDataMoveDrag::mimeType)) {
+        QAStData* source = nullptr;
+        if (!QAStDataMoveDrag::decode(mime, &source) || !source || source == this)
+            return;
+        // Moving an object into its own subtree would cut it off the tree.
+        for (QAStData* ancestor = _parent; ancestor; ancestor = ancestor->_parent) {
+            if (ancestor == source)
+                return;
+        }
+        if (acceptDrop(source))
+            dropData(source, event);
+        return;
+    }
+    QString text;
+    if (!QAStDataCopyDrag::decode(mime, text))
+        return;
+    QAStData* copied = stringContentToData(text);
+    if (!copied || copied == this)
+        return;
+    if (acceptDrop(copied))
+        dropData(copied, event);
+    else
+        delete copied;
+}
+
+void QAStData::dropData(QAStData* data, QDropEvent* event)
+{
+    if (!data)
+        return;
+    if (event && event->mimeData()
+        && event->mimeData()->formats().value(0) == QLatin1String(QAStDataMoveDrag::mimeType))
+        data->remove();
+    adoptAsCommand(data);
+}
+
+void QAStData::initChildren(const QDomElement& holder, int version, const QStringList& classNames)
+{
+    QAStData* last = nullptr;
+    for (QDomElement child = holder.firstChildElement(); !child.isNull();
+         child = child.nextSiblingElement()) {
+        const QString tag = child.tagName();
+        QAStData* built = QAStDataFactory::create(child, version, this, last);
+        if (!built) {
+            valid = false;
+            _lastErrorString += tr("No plugin found for feature \"%1\"\n").arg(tag);
+            displayMessage(MessageConsole, tr("Tag ignored in the group: %1").arg(tag));
+            continue;
+        }
+        bool allowed = false;
+        for (const QString& className : classNames)
+            allowed = allowed || built->inherits(className.toLatin1().constData());
+        if (allowed) {
+            last = built;
+            continue;
+        }
+        delete built;
+        valid = false;
+        _lastErrorString += tr("%1 bad place\n").arg(tag);
+        displayMessage(MessageConsole, tr("Tag ignored in the group: %1").arg(tag));
+    }
 }
 
 // ---------------------------------------------------------------------------
@@ -711,6 +835,32 @@ void QAStData::initialize(StudioInterface* studio, QARes* resources)
     Q_UNUSED(resources);
     if (_projectpref)
         _projectpref->setValue(QStringLiteral("autotag"), true);
+}
+
+QAStDataUndoActionManager* QAStData::undoManager()
+{
+    static QAStDataUndoActionManager manager;
+    return &manager;
+}
+
+bool QAStData::undo()
+{
+    return undoManager()->undo();
+}
+
+bool QAStData::redo()
+{
+    return undoManager()->redo();
+}
+
+bool QAStData::isUndoAvailable()
+{
+    return undoManager()->hasUndoAction();
+}
+
+bool QAStData::isRedoAvailable()
+{
+    return undoManager()->hasRedoAction();
 }
 
 QWidget* QAStData::mainWindow()

@@ -14,9 +14,12 @@
 class QAProcess;
 class QARes;
 class QAStProjectPref;
+class QAStDataUndoActionManager;
 class QDomElement;
 class QDomNode;
+class QDropEvent;
 class QMenu;
+class QMimeData;
 class QTextStream;
 class QWidget;
 class StudioInterface;
@@ -69,6 +72,10 @@ public:
     virtual void setDuplicable(bool duplicable);
     virtual void setDeletable(bool deletable);
     virtual bool acceptDrop(QAStData* data) const;
+    virtual void drop(QDropEvent* event);
+    virtual void dropData(QAStData* data, QDropEvent* event);
+    /// A new drag payload for this object; the caller owns it.
+    virtual QMimeData* dragObject(bool copy, QWidget* dragSource);
     QString directory() override;
     QString environmentFileName() override;
     virtual QMenu* popupMenu(QWidget* parent) = 0;
@@ -152,7 +159,10 @@ public:
 
     // Serialising.
     QString toString();
+    static QAStData* stringContentToData(const QString& text);
+    static QAStData* clipboardContentToData();
     void deleteChildren();
+    void initChildren(const QDomElement& holder, int version, const QStringList& classNames);
 
     // Script launching.
     void executePerlScript(const QString& script, const QString& workingDir, QTextStream* environment,
@@ -164,6 +174,11 @@ public:
     static StudioInterface* studioIFace() { return _studio; }
     static QWidget* mainWindow();
     static QAStProjectPref* preferences() { return _projectpref; }
+    static QAStDataUndoActionManager* undoManager();
+    static bool undo();
+    static bool redo();
+    static bool isUndoAvailable();
+    static bool isRedoAvailable();
     static int port();
     static QString userName();
     static QString targetDir();
@@ -203,6 +218,7 @@ public slots:
     virtual void properties();
     virtual void cut();
     virtual void copy();
+    virtual void paste();
     virtual void del();
     virtual void stop();
     virtual void processTerminated(bool normalExit, int exitStatus);
@@ -226,10 +242,14 @@ protected:
 
     /// Kills this object's script, if it has one, and marks it stopped.
     void killAsStopped();
+    /// Reads the `data` element into this object. A project document reads
+    /// its own element into an existing object, so this is open to it.
+    void init(const QDomElement& element, int version);
+    /// Takes \a data into this object as a child, as the last command.
+    void adoptAsCommand(QAStData* data);
 
 private:
     void privAttach(QAStData* parent, QAStData* after);
-    void init(const QDomElement& element, int version);
     QList<QAStData*> runningToStop();
 
     static QString _encode(const QString& value);

@@ -6,6 +6,7 @@
 #include "studiointerface.h"
 
 #include <QDir>
+#include <QDomElement>
 #include <QFile>
 #include <QFileInfo>
 #include <QTextStream>
@@ -18,6 +19,12 @@ QAStNode* QAStNode::_runRoot = nullptr;
 QAStNode::QAStNode(const QString& name, const QPixmap& icon, QAStData* parent, QAStData* after)
     : QAStData(name, icon, parent, after)
 {
+}
+
+QAStNode::QAStNode(const QDomElement& element, int version, QAStData* parent, QAStData* after)
+    : QAStData(element.firstChild().toElement(), version, parent, after)
+{
+    init(element, version);
 }
 
 QAStNode::~QAStNode()
@@ -50,6 +57,104 @@ bool QAStNode::isSkipped(QAStNode* node) const
 {
     const State s = node->effectiveState();
     return s == Excluded || s == ReportOnly;
+}
+
+// ---------------------------------------------------------------------------
+// Project file
+
+void QAStNode::init(const QDomElement& element, int version)
+{
+    Q_UNUSED(version);
+    if (!CHECK_TAG(element, "node"))
+        return;
+    // The first child is the `data` element, read by the base already.
+    for (QDomElement child = element.firstChild().nextSiblingElement(); !child.isNull();
+         child = child.nextSiblingElement()) {
+        const QString tag = child.tagName();
+        if (tag == QLatin1String("current_configuration")) {
+            currentConfiguration = xmlValueToString(child.text());
+        } else if (tag == QLatin1String("state")) {
+            // A hand-edited value outside the three states keeps the default.
+            const int read = xmlValueToInt(child.text());
+            if (read >= Included && read <= ReportOnly)
+                state = read;
+        } else if (tag == QLatin1String("checked")) {
+            // Older files: "true" meant excluded. The word reads the other way
+            // round, and that is how those files are meant.
+            state = xmlValueToBool(child.text()) ? Excluded : Included;
+        } else if (tag == QLatin1String("background")) {
+            background = xmlValueToBool(child.text());
+        } else if (tag == QLatin1String("outfilename_list")) {
+            readOutFileNames(child);
+        } else if (tag == QLatin1String("perlscript_before_child")) {
+            perlscriptBeforeChild = xmlValueToString(child.text());
+        } else if (tag == QLatin1String("perlscript_after_child")) {
+            perlscriptAfterChild = xmlValueToString(child.text());
+        } else if (tag == QLatin1String("configuration_list")) {
+            // A node has no settings store of its own yet; the element is
+            // known and has nothing to fill.
+        } else {
+            displayMessage(MessageConsole, tr("Element unknown in node : %1").arg(tag));
+        }
+    }
+}
+
+void QAStNode::readOutFileNames(const QDomElement& list)
+{
+    for (QDomElement entry = list.firstChildElement(QStringLiteral("outfilename")); !entry.isNull();
+         entry = entry.nextSiblingElement(QStringLiteral("outfilename"))) {
+        const QDomElement type = entry.firstChild().toElement();
+        const QDomElement paths = type.nextSibling().toElement();
+        if (type.tagName() != QLatin1String("filetype") || paths.tagName() != QLatin1String("filepath"))
+            continue;
+        const QStringList files = xmlValueToStringList(paths.text());
+        if (!files.isEmpty())
+            outFileNamesMap[xmlValueToString(type.text())] = files;
+    }
+}
+
+void QAStNode::write(QTextStream& stream, int indent)
+{
+    indentXML(stream, indent);
+    stream << "<node>\n";
+    QAStData::write(stream, indent + 1);
+    toStream(stream, "current_configuration", stringToXMLValue(currentConfiguration), indent + 1);
+    toStream(stream, "state", intToXMLValue(state.get()), indent + 1);
+    toStream(stream, "background", boolToXMLValue(background.get()), indent + 1);
+    writeOutFileNames(stream, indent + 1);
+    if (!perlscriptBeforeChild.isEmpty())
+        toStream(stream, "perlscript_before_child", stringToXMLValue(perlscriptBeforeChild), indent + 1);
+    if (!perlscriptAfterChild.isEmpty())
+        toStream(stream, "perlscript_after_child", stringToXMLValue(perlscriptAfterChild), indent + 1);
+    indentXML(stream, indent + 1);
+    stream << "<configuration_list>\n";
+    indentXML(stream, indent + 1);
+    stream << "</configuration_list>\n";
+    indentXML(stream, indent);
+    stream << "</node>\n";
+}
+
+void QAStNode::writeOutFileNames(QTextStream& stream, int indent) const
+{
+    bool any = false;
+    for (const QStringList& files : outFileNamesMap)
+        any = any || !files.isEmpty();
+    if (!any)
+        return;
+    indentXML(stream, indent);
+    stream << "<outfilename_list>\n";
+    for (auto it = outFileNamesMap.constBegin(); it != outFileNamesMap.constEnd(); ++it) {
+        if (it.value().isEmpty())
+            continue;
+        indentXML(stream, indent + 1);
+        stream << "<outfilename>\n";
+        toStream(stream, "filetype", stringToXMLValue(it.key()), indent + 2);
+        toStream(stream, "filepath", stringListToXMLValue(it.value()), indent + 2);
+        indentXML(stream, indent + 1);
+        stream << "</outfilename>\n";
+    }
+    indentXML(stream, indent);
+    stream << "</outfilename_list>\n";
 }
 
 // ---------------------------------------------------------------------------

@@ -22,7 +22,11 @@ public:
 
     QAStNode(const QString& name, const QPixmap& icon, QAStData* parent = nullptr,
              QAStData* after = nullptr);
+    QAStNode(const QDomElement& element, int version, QAStData* parent = nullptr,
+             QAStData* after = nullptr);
     ~QAStNode() override;
+
+    void write(QTextStream& stream, int indent) override;
 
     virtual void setState(QAStNode::State state);
     virtual void outFileNames(const QString& type, QStringList& out);
@@ -126,6 +130,8 @@ public slots:
     virtual void stopProcessTerminated(bool normalExit, int status);
 
 protected:
+    /// Reads the `node` element; the project document reads its own too.
+    void init(const QDomElement& element, int version);
     bool nextChildToBuild();
     bool nextChildToExecute();
     bool isSkipped(QAStNode* node) const;
@@ -151,6 +157,8 @@ private:
     void goOnWithChildren(bool execution);
     void finishChildWalk(bool execution);
     void killAfterStop();
+    void readOutFileNames(const QDomElement& list);
+    void writeOutFileNames(QTextStream& stream, int indent) const;
 
     static bool _isConnected;
     static QAStNode* _runRoot;

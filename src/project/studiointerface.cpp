@@ -1,5 +1,6 @@
 #include "studiointerface.h"
 
+#include <QInputDialog>
 #include <QMessageBox>
 
 StudioInterface::~StudioInterface() = default;
@@ -31,4 +32,10 @@ int StudioInterface::messageBox(QMessageBox::Icon icon, const QString& caption, 
     QMessageBox box(icon, caption, text, buttons, mainWindow());
     box.setDefaultButton(defaultButton);
     return box.exec();
+}
+
+QString StudioInterface::getText(const QString& caption, const QString& label, const QString& text,
+                                 bool* ok)
+{
+    return QInputDialog::getText(mainWindow(), caption, label, QLineEdit::Normal, text, ok);
 }

@@ -59,4 +59,8 @@ public:
     virtual int messageBox(QMessageBox::Icon icon, const QString& caption, const QString& text,
                            QMessageBox::StandardButtons buttons = QMessageBox::Ok,
                            QMessageBox::StandardButton defaultButton = QMessageBox::NoButton);
+    /// Asks the user for a line of text. \a ok is false when the user
+    /// cancelled; a host that runs without a user cancels.
+    virtual QString getText(const QString& caption, const QString& label, const QString& text,
+                            bool* ok);
 };

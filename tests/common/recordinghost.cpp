@@ -97,3 +97,12 @@ void installProcessLeakGuard()
 {
     previousHandler = qInstallMessageHandler(processLeakHandler);
 }
+
+QString RecordingHost::getText(const QString& caption, const QString& label, const QString&, bool* ok)
+{
+    textQuestions << caption + QLatin1Char('|') + label;
+    const QString answer = textAnswers.isEmpty() ? QString() : textAnswers.takeFirst();
+    if (ok)
+        *ok = !answer.isNull();
+    return answer;
+}

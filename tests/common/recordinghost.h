@@ -67,6 +67,11 @@ public:
     int messageBox(QMessageBox::Icon icon, const QString& caption, const QString& text,
                    QMessageBox::StandardButtons buttons, QMessageBox::StandardButton defaultButton) override;
 
+    /// Records "caption|label" and answers the next of textAnswers; a null
+    /// entry, or none left, is a cancel.
+    QString getText(const QString& caption, const QString& label, const QString& text,
+                    bool* ok) override;
+
     /// All text that reached console \a id, in arrival order.
     QString consoleText(int id, bool errorsOnly = false) const;
 
@@ -76,6 +81,8 @@ public:
     QList<int> cleared;
     QStringList editorRequests;
     QStringList boxes;
+    QStringList textAnswers;
+    QStringList textQuestions;
     int boxAnswer = 0;
     int raised = 0;
     int prepared = 0;

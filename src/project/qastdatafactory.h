@@ -1,0 +1,26 @@
+#pragma once
+
+#include "sdk_export.h"
+
+#include <QHash>
+#include <QString>
+
+class QAStData;
+class QDomElement;
+
+/// Builds tree objects from the elements of project files, objects files and
+/// clipboard texts: the outermost element of an object names its class.
+class SDK_EXPORT QAStDataFactory
+{
+public:
+    /// The new object, attached to \a parent behind \a after, or null when
+    /// no class answers to the element's name.
+    static QAStData* create(const QDomElement& element, int version, QAStData* parent,
+                            QAStData* after);
+
+    /// The class code of an element name, or -1.
+    static int classCode(const QString& elementName);
+
+private:
+    static const QHash<QString, int>& elementMap();
+};
