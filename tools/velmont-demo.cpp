@@ -1,13 +1,16 @@
-// A small host of the library: it holds a tree of objects, writes the
-// environment file of one of them, runs a tool chain script of the reference
-// installation on it, and prints what the script printed and the status.
+// A small host of the library: it reads a project file into a tree, builds
+// the whole project with the scripts of the reference installation, prints
+// what the scripts printed and the statuses, and writes the project back.
 
 #include "qailogmonitor.h"
 #include "qastdata.h"
+#include "qastproject.h"
 #include "studiointerface.h"
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QDomDocument>
+#include <QFileInfo>
 #include <QFile>
 #include <QTextStream>
 
@@ -67,22 +70,6 @@ private:
     StreamConsole out {stdout};
 };
 
-class DemoObject : public QAStData
-{
-public:
-    DemoObject(const QString& name, QAStData* parent = nullptr, QAStData* after = nullptr)
-        : QAStData(name, QPixmap(), parent, after)
-    {
-    }
-    QMenu* popupMenu(QWidget*) override { return nullptr; }
-    QMenu* addChildPopupMenu(QWidget*) override { return nullptr; }
-    QMenu* addNextPopupMenu(QWidget*) override { return nullptr; }
-    QMenu* viewPopupMenu(QWidget*) override { return nullptr; }
-    void localActionMenuItems(QMenu*) override {}
-    QStringList vcsItems() override { return {}; }
-    void doubleClickAction() override {}
-};
-
 const char* statusName(int status)
 {
     switch (status) {
@@ -104,6 +91,28 @@ void printTree(QAStData* data, int depth)
         printTree(child, depth + 1);
 }
 
+bool readProject(QAStProject& project, const QString& path)
+{
+    QFile file(path);
+    QDomDocument document;
+    if (!file.open(QIODevice::ReadOnly) || !document.setContent(&file)) {
+        std::fprintf(stderr, "cannot read the project file %s\n", qPrintable(path));
+        return false;
+    }
+    project.init(document.documentElement());
+    if (!QAStData::lastErrorString().isEmpty())
+        std::printf("load notes:\n%s", qPrintable(QAStData::lastErrorString()));
+    return project.isValid();
+}
+
+void printStatuses(QAStData* data, int depth)
+{
+    std::printf("%*s%s: %s\n", depth * 2 + 2, "", qPrintable(data->name()),
+                statusName(data->executionStatus()));
+    for (QAStData* child = data->firstChild(); child; child = child->next())
+        printStatuses(child, depth + 1);
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -112,39 +121,36 @@ int main(int argc, char** argv)
     DemoHost host;
     QAStData::initialize(&host);
 
-    DemoObject root(QStringLiteral("Demo"));
-    auto* sources = new DemoObject(QStringLiteral("Sources"), &root);
-    auto* tests = new DemoObject(QStringLiteral("Unit tests"), &root, sources);
-    auto* target = new DemoObject(QStringLiteral("check stack"), tests);
-    new DemoObject(QStringLiteral("stack.c"), sources);
-
-    std::printf("tree:\n");
-    printTree(&root, 0);
-
-    QTextStream environment;
-    if (!target->createEnvironmentFile(environment))
+    const QString path = argc > 1 ? QString::fromLocal8Bit(argv[1])
+                                  : QStringLiteral(SDK_EXAMPLES_DIR "/groups/groups.vmp");
+    QAStProject project(QFileInfo(path).completeBaseName(), QPixmap());
+    if (!readProject(project, path))
         return 1;
-    target->generateEnv(environment);
-    std::printf("\nenvironment file %s:\n", qPrintable(target->environmentFileName()));
-    {
-        QString text;
-        QTextStream copy(&text);
-        target->generateEnv(copy);
-        copy.flush();
-        std::printf("%s", text.toLocal8Bit().constData());
-    }
+    std::printf("project %s:\n", qPrintable(path));
+    printTree(&project, 0);
 
-    std::printf("\nrunning Environment.pl on \"%s\":\n", qPrintable(target->name()));
+    // The run goes on through signals; the root's end closes the loop.
+    std::printf("\nrebuilding \"%s\":\n", qPrintable(project.name()));
     std::fflush(stdout);
-    QObject::connect(target, &QAStData::perlScriptTerminated, &app, &QCoreApplication::quit);
-    target->executePerlScript(QStringLiteral("Environment.pl"), QDir::currentPath(), &environment,
-                              true, QAStData::BuildConsole, nullptr);
-    if (target->isRunning())
+    QObject::connect(&project, &QAStNode::buildExecuteFinished, &app, &QCoreApplication::quit,
+                     Qt::QueuedConnection);
+    project.rebuild();
+    if (QAStNode::isRunConnected() || project.isRunning())
         app.exec();
 
-    const int status = target->executionStatus();
-    const bool fileGone = !QFile::exists(target->environmentFileName());
-    std::printf("\nstatus of \"%s\": %d (%s); environment file removed: %s\n", qPrintable(target->name()),
-                status, statusName(status), fileGone ? "yes" : "no");
-    return status == QAStData::ExecutionSuccess ? 0 : 1;
+    std::printf("\nstatuses:\n");
+    printStatuses(&project, 0);
+
+    const QString copy = QDir::current().filePath(QFileInfo(path).fileName());
+    QFile out(copy);
+    if (!out.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
+        std::fprintf(stderr, "cannot write %s\n", qPrintable(copy));
+        return 1;
+    }
+    QTextStream stream(&out);
+    stream.setEncoding(QStringConverter::Utf8);
+    project.write(stream, 0);
+    stream.flush();
+    std::printf("\nwritten back to %s (%lld bytes)\n", qPrintable(copy), static_cast<long long>(out.size()));
+    return project.executionStatus() == QAStData::ExecutionSuccess ? 0 : 1;
 }
