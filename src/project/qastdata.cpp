@@ -24,6 +24,9 @@
 #include <QPointer>
 #include <QTextStream>
 
+#include <deque>
+#include <vector>
+
 StudioInterface* QAStData::_studio = nullptr;
 QAStProjectPref* QAStData::_projectpref = nullptr;
 QMap<QString, int> QAStData::_menuMap;
@@ -33,6 +36,8 @@ QAStData* QAStData::_dataRunning = nullptr;
 PDataInterface::~PDataInterface() = default;
 
 namespace {
+
+const int MaxIndent = 64;
 
 bool isRunningStatus(int status)
 {
@@ -65,11 +70,29 @@ QAStData::~QAStData()
     remove();
     // Our own signals stay quiet too: receivers must not see a half-destroyed parent.
     blockSignals(true);
+    // The subtree is taken apart from the top without recursion: every object
+    // hands its children to the work list before it goes, so no destructor
+    // reaches deeper than one level, however deep the tree.
+    QList<QAStData*> work;
+    detachChildrenInto(work);
+    while (!work.isEmpty()) {
+        QAStData* data = work.takeLast();
+        data->detachChildrenInto(work);
+        delete data;
+    }
+}
+
+void QAStData::detachChildrenInto(QList<QAStData*>& work)
+{
     QAStData* child = _firstChild;
     while (child) {
         QAStData* following = child->_next;
         child->blockSignals(true);
-        delete child;
+        child->QObject::setParent(nullptr);
+        child->_parent = nullptr;
+        child->_previous = nullptr;
+        child->_next = nullptr;
+        work.append(child);
         child = following;
     }
     _firstChild = nullptr;
@@ -143,8 +166,10 @@ unsigned int QAStData::_computeID()
 {
     static unsigned int counter = 0;
     ++counter;
-    static const QDateTime epoch(QDate(2000, 1, 1), QTime(0, 0));
-    const qint64 seconds = qAbs(epoch.secsTo(QDateTime::currentDateTime()));
+    // The epoch is converted once; asking the clock in seconds avoids a
+    // time zone lookup for every object of a large file.
+    static const qint64 epoch = QDateTime(QDate(2000, 1, 1), QTime(0, 0)).toSecsSinceEpoch();
+    const qint64 seconds = qAbs(QDateTime::currentSecsSinceEpoch() - epoch);
     return static_cast<unsigned int>(seconds + counter);
 }
 
@@ -454,8 +479,9 @@ bool QAStData::isValid() const
 {
     if (!valid)
         return false;
-    for (QAStData* child = _firstChild; child; child = child->_next) {
-        if (!child->isValid())
+    const QList<QAStData*> descendants = childrenOfClass(nullptr, true);
+    for (const QAStData* descendant : descendants) {
+        if (!descendant->valid)
             return false;
     }
     return true;
@@ -479,6 +505,7 @@ bool QAStData::CHECK_TAG(const QDomNode& element, const char* tag)
     }
     return true;
 }
+
 
 // ---------------------------------------------------------------------------
 // Paths
@@ -625,8 +652,10 @@ QMap<QString, QString> QAStData::xmlValueToStringMap(const QString& value)
 
 void QAStData::indentXML(QTextStream& stream, int indent)
 {
-    for (int i = 0; i < indent; ++i)
-        stream << "  ";
+    // Indentation carries no meaning. Past a depth no real project reaches it
+    // stops growing, so that a file stays linear in the size of its tree.
+    static const QString blanks(2 * MaxIndent, QLatin1Char(' '));
+    stream << QStringView(blanks).left(2 * qBound(0, indent, MaxIndent));
 }
 
 void QAStData::toStream(QTextStream& stream, const char* tag, const QString& value, int indent)
@@ -637,6 +666,69 @@ void QAStData::toStream(QTextStream& stream, const char* tag, const QString& val
 
 // ---------------------------------------------------------------------------
 // Serialising and commands
+
+namespace {
+
+// A child's place in the text of its parent, left open while the parent is
+// written and filled with the child's own text afterwards.
+struct WriteHole {
+    qsizetype offset;
+    QAStData* child;
+    int indent;
+};
+
+QList<WriteHole>* openHoles = nullptr;
+
+struct WriteFrame {
+    QString text;
+    QList<WriteHole> holes;
+    qsizetype position = 0;
+    qsizetype nextHole = 0;
+};
+
+// One object's text with holes where its children go.
+WriteFrame shallowText(QAStData* data, int indent)
+{
+    WriteFrame frame;
+    QList<WriteHole>* outer = openHoles;
+    openHoles = &frame.holes;
+    {
+        QTextStream stream(&frame.text);
+        data->write(stream, indent);
+    }
+    openHoles = outer;
+    return frame;
+}
+
+} // namespace
+
+void QAStData::writeChild(QAStData* child, QTextStream& stream, int indent)
+{
+    if (!child)
+        return;
+    if (openHoles) {
+        stream.flush();
+        const qsizetype offset = stream.string() ? stream.string()->size() : 0;
+        openHoles->append({offset, child, indent});
+        return;
+    }
+    // Every object is written on its own with holes for its children, and the
+    // texts are joined from an explicit stack, deepest first.
+    std::vector<WriteFrame> frames;
+    frames.push_back(shallowText(child, indent));
+    while (!frames.empty()) {
+        WriteFrame& frame = frames.back();
+        if (frame.nextHole < frame.holes.size()) {
+            const WriteHole hole = frame.holes.at(frame.nextHole++);
+            stream << QStringView(frame.text).mid(frame.position, hole.offset - frame.position);
+            frame.position = hole.offset;
+            frames.push_back(shallowText(hole.child, hole.indent));
+            continue;
+        }
+        stream << QStringView(frame.text).mid(frame.position);
+        frames.pop_back();
+    }
+}
 
 QString QAStData::toString()
 {
@@ -786,7 +878,47 @@ void QAStData::dropData(QAStData* data, QDropEvent* event)
     adoptAsCommand(data);
 }
 
+namespace {
+
+// Children whose building waits for the object that is being built now.
+struct PendingChildren {
+    QPointer<QAStData> owner;
+    QDomElement holder;
+    int version;
+    QStringList classNames;
+};
+
+std::deque<PendingChildren> pendingChildren;
+bool buildingChildren = false;
+
+} // namespace
+
 void QAStData::initChildren(const QDomElement& holder, int version, const QStringList& classNames)
+{
+    if (holder.isNull())
+        return;
+    // A child's constructor builds its own children through here. Were that
+    // done at once, the stack would grow with the depth of the file; so the
+    // outermost call builds level after level from a queue instead. Every
+    // holder still gets its children in file order, and all is done before
+    // the first object's constructor returns.
+    if (buildingChildren) {
+        pendingChildren.push_back({this, holder, version, classNames});
+        return;
+    }
+    buildingChildren = true;
+    buildChildren(holder, version, classNames);
+    while (!pendingChildren.empty()) {
+        const PendingChildren next = pendingChildren.front();
+        pendingChildren.pop_front();
+        // An owner refused by its own holder is gone, and its children with it.
+        if (next.owner)
+            next.owner->buildChildren(next.holder, next.version, next.classNames);
+    }
+    buildingChildren = false;
+}
+
+void QAStData::buildChildren(const QDomElement& holder, int version, const QStringList& classNames)
 {
     QAStData* last = nullptr;
     for (QDomElement child = holder.firstChildElement(); !child.isNull();

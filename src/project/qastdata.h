@@ -158,6 +158,10 @@ public:
     static void toStream(QTextStream& stream, const char* tag, const QString& value, int indent);
 
     // Serialising.
+    /// Writes \a child, as a container writes each of its children. The
+    /// text is the same as \a child->write(stream, indent) gives, but however
+    /// deep the tree, the stack does not grow with it.
+    static void writeChild(QAStData* child, QTextStream& stream, int indent);
     QString toString();
     static QAStData* stringContentToData(const QString& text);
     static QAStData* clipboardContentToData();
@@ -250,6 +254,8 @@ protected:
 
 private:
     void privAttach(QAStData* parent, QAStData* after);
+    void detachChildrenInto(QList<QAStData*>& work);
+    void buildChildren(const QDomElement& holder, int version, const QStringList& classNames);
     QList<QAStData*> runningToStop();
 
     static QString _encode(const QString& value);

@@ -63,7 +63,7 @@ void QAStNodeContainer::write(QTextStream& stream, int indent)
     indentXML(stream, indent + 1);
     stream << "<group_child>\n";
     for (QAStData* child = firstChild(); child; child = child->next())
-        child->write(stream, indent + 2);
+        writeChild(child, stream, indent + 2);
     indentXML(stream, indent + 1);
     stream << "</group_child>\n";
     indentXML(stream, indent);

@@ -73,6 +73,43 @@ QDomElement parse(QDomDocument& document, const QString& text)
     return parsed ? document.documentElement() : QDomElement();
 }
 
+QString nestedGroups(int depth)
+{
+    QString text = QStringLiteral("<project>");
+    for (int i = 0; i < depth; ++i)
+        text += QStringLiteral("<group><node><data><name>g%1</name></data></node><group_child>").arg(i);
+    for (int i = 0; i < depth; ++i)
+        text += QStringLiteral("</group_child></group>");
+    return text + QStringLiteral("<object_file>p.inf</object_file><root_configuration_list/>"
+                                 "<version_file>1</version_file></project>");
+}
+
+// A tree of every kind of value a node can carry, in a shape that mixes
+// wide and deep parts.
+void growTree(QAStNodeContainer* project, int count)
+{
+    QList<QAStNodeContainer*> holders {project};
+    quint32 random = 12345;
+    for (int i = 0; i < count; ++i) {
+        random = random * 1103515245u + 12345u;
+        QAStNodeContainer* parent = holders.at((random >> 8) % holders.size());
+        auto* group = new QAStNodeGroup(QStringLiteral("node %1 <&,>").arg(i), parent, parent->last());
+        if (i % 3 == 0)
+            group->setState(QAStNode::State(i % 9 / 3));
+        if (i % 5 == 0)
+            group->backgroundAttribute() = true;
+        if (i % 4 == 0)
+            group->addOutFileName(QStringLiteral("ROD"), {QStringLiteral("r%1.rod").arg(i), QStringLiteral("x,y")});
+        if (i % 6 == 0)
+            group->setPerlScriptAfterChild(QStringLiteral("after%1.pl").arg(i));
+        if (i % 11 == 0)
+            group->setPerlScriptBeforeChild(QStringLiteral("before.pl"));
+        group->setOpen(i % 2 == 0);
+        group->setExecutionStatus(i % 7);
+        holders.append(group);
+    }
+}
+
 QString written(QAStData* data)
 {
     QString text;
@@ -99,6 +136,9 @@ private slots:
     void olderCheckedElementMeansTheReverse_data();
     void olderCheckedElementMeansTheReverse();
     void clipboardTextRebuildsAnObject();
+    void largeTreeWritesTheSameFileTwice();
+    void badFilesLoadWithoutHarm_data();
+    void badFilesLoadWithoutHarm();
 
 private:
     RecordingHost host;
@@ -277,6 +317,75 @@ void tst_ProjectFile::clipboardTextRebuildsAnObject()
     QVERIFY(!QAStData::stringContentToData(QString()));
     QVERIFY(!QAStData::stringContentToData(QStringLiteral("<group>")));
     QVERIFY(!QAStData::stringContentToData(QStringLiteral("<unknown/>")));
+}
+
+void tst_ProjectFile::largeTreeWritesTheSameFileTwice()
+{
+    QAStProject project(QStringLiteral("big"), QPixmap());
+    growTree(&project, 10000);
+    const QString first = written(&project);
+
+    QDomDocument document;
+    QAStProject reread(QStringLiteral("big"), QPixmap());
+    reread.init(parse(document, first));
+    QVERIFY(reread.isValid());
+    QCOMPARE(reread.childrenOfClass("QAStNodeGroup", true).size(), 10000);
+    const QString second = written(&reread);
+    QCOMPARE(second.size(), first.size());
+    QVERIFY(second == first);
+}
+
+void tst_ProjectFile::badFilesLoadWithoutHarm_data()
+{
+    const QString good = QString::fromLatin1(projectText);
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<bool>("parses");
+    QTest::addColumn<int>("nodes");
+    QTest::addColumn<QString>("error");
+    QTest::newRow("truncated") << good.left(good.size() / 2) << false << 0 << "";
+    QTest::newRow("binary garbage") << QString::fromLatin1("\x01\xff<\x00>&&\x7f", 9) << false << 0 << "";
+    QTest::newRow("node where the group should be")
+        << QStringLiteral("<project><node><data><name>x</name></data></node><object_file/>"
+                          "<root_configuration_list/><version_file>1</version_file></project>")
+        << true << 0 << "Wait for tag name and read data\n";
+    QTest::newRow("group holding data directly")
+        << QStringLiteral("<project><group><node><data><name>p</name><sorted/><executionResult/></data></node>"
+                          "<group_child><group><data><name>x</name></data></group></group_child></group>"
+                          "<object_file/><root_configuration_list/><execution_flag/><version_file>1</version_file></project>")
+        << true << 1 << "Wait for tag name and read data\n";
+    QTest::newRow("huge numbers")
+        << QStringLiteral("<project><group><node><data><name>p</name><quid>99999999999999999999999</quid>"
+                          "<sorted>false</sorted><executionResult>123456789012</executionResult></data>"
+                          "<state>-99999999999</state></node></group><object_file/>"
+                          "<sort_method>99999999999999</sort_method><root_configuration_list/>"
+                          "<version_file>999999999999999999</version_file></project>")
+        << true << 0 << "";
+    // Three elements a group: ten thousand levels of elements. The XML parser
+    // itself slows down sharply with depth, which is why it stops there.
+    QTest::newRow("ten thousand levels") << nestedGroups(3334) << true << 3333 << "";
+}
+
+void tst_ProjectFile::badFilesLoadWithoutHarm()
+{
+    QFETCH(QString, text);
+    QFETCH(bool, parses);
+    QFETCH(int, nodes);
+    QFETCH(QString, error);
+    QDomDocument document;
+    QCOMPARE(bool(document.setContent(text)), parses);
+    if (!parses)
+        return;
+    QAStProject project(QStringLiteral("p"), QPixmap());
+    project.init(document.documentElement());
+    QCOMPARE(project.childrenOfClass("QAStNode", true).size(), nodes);
+    if (!error.isEmpty())
+        QVERIFY2(QAStData::lastErrorString().contains(error), qPrintable(QAStData::lastErrorString()));
+    QVERIFY(int(project.effectiveState()) >= 0 && int(project.effectiveState()) <= 2);
+    // Whatever was read can be written again and read back alike.
+    QDomDocument again;
+    QAStProject reread(QStringLiteral("p"), QPixmap());
+    reread.init(parse(again, written(&project)));
+    QCOMPARE(written(&reread), written(&project));
 }
 
 QTEST_MAIN(tst_ProjectFile)
