@@ -1,0 +1,75 @@
+// Fuzzes the reading of project files: arbitrary bytes are parsed as XML,
+// read into a project through the element factory, and written back. The
+// written text must parse again, and from the second writing on the text must
+// stay the same: whatever a file held, what the library writes is stable.
+//
+// The same bytes also go through the clipboard's path, the factory on the
+// document element alone.
+
+#include "qastdata.h"
+#include "qastproject.h"
+
+#include <QByteArray>
+#include <QDomDocument>
+#include <QGuiApplication>
+#include <QTextStream>
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+
+namespace {
+
+QString written(QAStData* data)
+{
+    QString text;
+    QTextStream stream(&text);
+    data->write(stream, 0);
+    stream.flush();
+    return text;
+}
+
+void fail(const char* what, const QString& text)
+{
+    std::fprintf(stderr, "property failed: %s\n%s\n", what, text.toUtf8().constData());
+    std::abort();
+}
+
+QString rewritten(const QString& text)
+{
+    QDomDocument document;
+    if (!document.setContent(text))
+        fail("the written project does not parse", text);
+    QAStProject project(QStringLiteral("fuzz"), QPixmap());
+    project.init(document.documentElement());
+    return written(&project);
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv)
+{
+    // Tree objects carry pixmaps, which need a GUI application, not a screen.
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    static QGuiApplication app(*argc, *argv);
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
+{
+    const QByteArray bytes(reinterpret_cast<const char*>(data), static_cast<qsizetype>(size));
+    QDomDocument document;
+    if (!document.setContent(bytes))
+        return 0;
+    QAStData::clearLastErrorString();
+
+    QAStProject project(QStringLiteral("fuzz"), QPixmap());
+    project.init(document.documentElement());
+    const QString first = written(&project);
+    const QString second = rewritten(first);
+    if (rewritten(second) != second)
+        fail("a written project changes when read and written again", second);
+
+    delete QAStData::stringContentToData(QString::fromUtf8(bytes));
+    return 0;
+}
