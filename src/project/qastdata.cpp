@@ -803,9 +803,9 @@ void QAStData::del()
     deleteLater();
 }
 
-void QAStData::adoptAsCommand(QAStData* data)
+void QAStData::adoptAsCommand(QAStData* data, QAStData* after)
 {
-    addChild(data, nullptr);
+    addChild(data, after);
     undoManager()->add(new QAStDataUndoAction(QAStDataUndoAction::Added, data));
 }
 

@@ -166,6 +166,9 @@ public:
     static QAStData* stringContentToData(const QString& text);
     static QAStData* clipboardContentToData();
     void deleteChildren();
+    /// Takes \a data in as a child behind \a after (first when null), as a
+    /// command the user can undo.
+    void adoptAsCommand(QAStData* data, QAStData* after = nullptr);
     void initChildren(const QDomElement& holder, int version, const QStringList& classNames);
 
     // Script launching.
@@ -249,8 +252,6 @@ protected:
     /// Reads the `data` element into this object. A project document reads
     /// its own element into an existing object, so this is open to it.
     void init(const QDomElement& element, int version);
-    /// Takes \a data into this object as a child, as the last command.
-    void adoptAsCommand(QAStData* data);
 
 private:
     void privAttach(QAStData* parent, QAStData* after);

@@ -1,7 +1,5 @@
 #include "qastnodecontainer.h"
 
-#include "qastdataundoaction.h"
-#include "qastdataundoactionmanager.h"
 #include "qastnodegroup.h"
 #include "studiointerface.h"
 
@@ -123,18 +121,12 @@ QString QAStNodeContainer::getNodeName(const QString& title, const QString& labe
     }
 }
 
-void QAStNodeContainer::placeNewNode(QAStNode* node, QAStData* parent, QAStData* after)
-{
-    parent->addChild(node, after);
-    undoManager()->add(new QAStDataUndoAction(QAStDataUndoAction::Added, node));
-}
-
 void QAStNodeContainer::addGroupNode()
 {
     const QString name = getNodeName(tr("Create Group Node"), tr("Name of the group:"));
     if (name.isNull())
         return;
-    placeNewNode(new QAStNodeGroup(name, this, nullptr), this, nullptr);
+    adoptAsCommand(new QAStNodeGroup(name, this, nullptr));
 }
 
 void QAStNodeContainer::appendGroupNode()
@@ -145,7 +137,7 @@ void QAStNodeContainer::appendGroupNode()
     const QString name = getNodeName(tr("Create Group Node"), tr("Name of the group:"));
     if (name.isNull())
         return;
-    placeNewNode(new QAStNodeGroup(name, holder, this), holder, this);
+    holder->adoptAsCommand(new QAStNodeGroup(name, holder, this), this);
 }
 
 // ---------------------------------------------------------------------------

@@ -41,9 +41,6 @@ public slots:
 protected:
     /// Reads the `group` element and the children it holds.
     void init(const QDomElement& element, int version);
-    /// Puts \a node in the tree as the last command: first among this node's
-    /// children, or, with \a after, behind it among the siblings.
-    void placeNewNode(QAStNode* node, QAStData* parent, QAStData* after);
 
     QStringList extendedViewers;
 

@@ -64,8 +64,7 @@ void QAStProject::init(const QDomElement& projectElement)
     QAStData::init(node.firstChild().toElement(), version);
     QAStNode::init(node, version);
     QAStNodeContainer::init(group, version);
-    renameable = false;
-    deletable = false;
+    initGlobal();
 
     if (!CHECK_TAG(projectElement.firstChildElement(QStringLiteral("object_file")), "object_file"))
         return;
