@@ -3,6 +3,11 @@
 #include "qafileutil.h"
 #include "qailogmonitor.h"
 #include "qaprocess.h"
+#include "qaresboolean.h"
+#include "qaresgroup.h"
+#include "qaresint.h"
+#include "qareslist.h"
+#include "qaresstring.h"
 #include "qastdatacopydrag.h"
 #include "qastdatafactory.h"
 #include "qastdatamovedrag.h"
@@ -55,6 +60,13 @@ QAStData::QAStData(const QString& name, const QPixmap& icon, QAStData* parent, Q
     _name = name;
     _icon = icon;
     quid = _computeID();
+}
+
+QAStData::QAStData(QARes* resources, QAStData* parent, QAStData* after)
+{
+    quid = _computeID();
+    privAttach(parent, after);
+    init(resources);
 }
 
 QAStData::QAStData(const QDomElement& element, int version, QAStData* parent, QAStData* after)
@@ -160,6 +172,96 @@ void QAStData::init(const QDomElement& element, int version)
         if (isRunningStatus(executionResult) || executionResult < 0 || executionResult > ExecutionTestFailed)
             executionResult = ExecutionNone;
     }
+}
+
+void QAStData::init(QARes* resources)
+{
+    if (!resources || !resources->toResGroup())
+        return;
+    readStrVal(resources, "name", _name);
+    QAStAttribute<bool> flag(renameable);
+    readBoolVal(resources, "renameable", flag);
+    renameable = flag.get();
+    flag = open;
+    flag.isSet = false;
+    readBoolVal(resources, "expanded", flag);
+    open = flag.get();
+}
+
+// ---------------------------------------------------------------------------
+// Readers of the older resource form
+
+namespace {
+
+// The item at \a path below a resource group, or after a plain item.
+QARes* resourceAt(QARes* resources, const char* path)
+{
+    if (!resources || !path)
+        return nullptr;
+    QAResGroup* group = resources->toResGroup();
+    QARes* start = group ? group->child() : resources;
+    return start ? start->search(path, '.') : nullptr;
+}
+
+QStringList resourceStrings(QARes* item)
+{
+    QStringList strings;
+    QAResList* list = item ? item->toResList() : nullptr;
+    if (!list || !list->isListOf(QARes::String))
+        return strings;
+    for (int i = 0; i < list->count(); ++i)
+        strings << list->at(i)->toResString()->value();
+    return strings;
+}
+
+bool isStringList(QARes* item)
+{
+    return item && item->toResList() && item->toResList()->isListOf(QARes::String);
+}
+
+} // namespace
+
+void QAStData::readIntVal(QARes* resources, const char* path, QAStAttribute<int>& attribute)
+{
+    if (QARes* item = resourceAt(resources, path); item && item->toResInt())
+        attribute = item->toResInt()->value();
+}
+
+void QAStData::readBoolVal(QARes* resources, const char* path, QAStAttribute<bool>& attribute)
+{
+    if (QARes* item = resourceAt(resources, path); item && item->toResBoolean())
+        attribute = item->toResBoolean()->value();
+}
+
+void QAStData::readStrVal(QARes* resources, const char* path, QAStAttribute<QString>& attribute)
+{
+    if (QARes* item = resourceAt(resources, path); item && item->toResString()) {
+        const QString text = item->toResString()->value();
+        attribute = text.isNull() ? QStringLiteral("") : text;
+    }
+}
+
+void QAStData::readStrListVal(QARes* resources, const char* path, QAStAttribute<QStringList>& attribute)
+{
+    if (QARes* item = resourceAt(resources, path); isStringList(item))
+        attribute = resourceStrings(item);
+}
+
+void QAStData::readStrMapVal(QARes* resources, const char* path,
+                             QAStAttribute<QMap<QString, QString>>& attribute)
+{
+    QARes* item = resourceAt(resources, path);
+    if (!isStringList(item))
+        return;
+    // As in the project file's maps, but the members of an older file were
+    // never encoded, so nothing is decoded.
+    QMap<QString, QString> map;
+    for (const QString& entry : resourceStrings(item)) {
+        const QStringList parts = entry.split(QLatin1Char('='), Qt::SkipEmptyParts);
+        if (!parts.isEmpty())
+            map.insert(parts.at(0), parts.value(1));
+    }
+    attribute = map;
 }
 
 unsigned int QAStData::_computeID()
@@ -962,11 +1064,18 @@ void QAStData::initialize(StudioInterface* studio, QARes* resources)
             _projectpref = new QAStProjectPref;
         studio->registerPreferencePage(_projectpref);
     }
-    // No resource group can be read yet: a host's resources only switch
-    // automatic tagging on, as when there are none.
-    Q_UNUSED(resources);
+    QAResGroup* group = resources ? resources->toResGroup() : nullptr;
+    if (!group) {
+        if (_projectpref)
+            _projectpref->setValue(QStringLiteral("autotag"), true);
+        return;
+    }
     if (_projectpref)
-        _projectpref->setValue(QStringLiteral("autotag"), true);
+        _projectpref->fromResources(resourceAt(resources, "velmont_project"));
+    // An older setting of automatic tagging wins over the preference group.
+    QARes* browsing = resourceAt(resources, "automatic_source_browsing");
+    if (browsing && browsing->toResBoolean() && _projectpref)
+        _projectpref->setValue(QStringLiteral("autotag"), browsing->toResBoolean()->value());
 }
 
 QAStDataUndoActionManager* QAStData::undoManager()

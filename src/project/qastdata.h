@@ -49,6 +49,7 @@ public:
 
     QAStData(const QString& name, const QPixmap& icon, QAStData* parent = nullptr,
              QAStData* after = nullptr);
+    QAStData(QARes* resources, QAStData* parent = nullptr, QAStData* after = nullptr);
     QAStData(const QDomElement& element, int version, QAStData* parent = nullptr,
              QAStData* after = nullptr);
     ~QAStData() override;
@@ -140,6 +141,15 @@ public:
     void determineAbsolutePathFiles(QStringList& paths);
     QString determineRelativePathFile(const QString& path);
     void determineRelativePathFiles(QStringList& paths);
+
+    // Readers of the older resource form: each leaves the attribute alone
+    // when the path is missing or holds a value of another kind.
+    static void readIntVal(QARes* resources, const char* path, QAStAttribute<int>& attribute);
+    static void readBoolVal(QARes* resources, const char* path, QAStAttribute<bool>& attribute);
+    static void readStrVal(QARes* resources, const char* path, QAStAttribute<QString>& attribute);
+    static void readStrListVal(QARes* resources, const char* path, QAStAttribute<QStringList>& attribute);
+    static void readStrMapVal(QARes* resources, const char* path,
+                              QAStAttribute<QMap<QString, QString>>& attribute);
 
     // Value encodings of the project file.
     static QString boolToXMLValue(bool value);
@@ -252,6 +262,9 @@ protected:
     /// Reads the `data` element into this object. A project document reads
     /// its own element into an existing object, so this is open to it.
     void init(const QDomElement& element, int version);
+    /// Reads the older resource form: the name, and whether the object may
+    /// be renamed and stands open.
+    void init(QARes* resources);
 
 private:
     void privAttach(QAStData* parent, QAStData* after);

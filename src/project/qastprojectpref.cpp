@@ -1,5 +1,10 @@
 #include "qastprojectpref.h"
 
+#include "qaresboolean.h"
+#include "qaresgroup.h"
+#include "qareslist.h"
+#include "qaresstring.h"
+
 #include <QStringList>
 
 namespace {
@@ -53,4 +58,28 @@ void QAStProjectPref::setValue(const QString& key, const QVariant& value)
 void QAStProjectPref::reset()
 {
     values = defaults();
+}
+
+void QAStProjectPref::fromResources(QARes* resources)
+{
+    QAResGroup* group = resources ? resources->toResGroup() : nullptr;
+    if (!group || !group->child())
+        return;
+    for (const QString& key : keys()) {
+        QARes* item = group->child()->search(key.toUtf8().constData());
+        if (!item)
+            continue;
+        const QVariant current = values.value(key);
+        if (current.typeId() == QMetaType::Bool && item->toResBoolean()) {
+            setValue(key, item->toResBoolean()->value());
+        } else if (current.typeId() == QMetaType::QString && item->toResString()) {
+            setValue(key, item->toResString()->value());
+        } else if (current.typeId() == QMetaType::QStringList && item->toResList()
+                   && item->toResList()->isListOf(QARes::String)) {
+            QStringList list;
+            for (int i = 0; i < item->toResList()->count(); ++i)
+                list << item->toResList()->at(i)->toResString()->value();
+            setValue(key, list);
+        }
+    }
 }

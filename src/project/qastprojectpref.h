@@ -8,6 +8,8 @@
 
 /// The user's project preferences: a small map of named values with defaults.
 /// The host shows them on a preference page of its own.
+class QARes;
+
 class SDK_EXPORT QAStProjectPref : public QObject
 {
     Q_OBJECT
@@ -22,6 +24,9 @@ public:
     void setValue(const QString& key, const QVariant& value);
     /// Brings every key back to its default.
     void reset();
+    /// Takes the preferences that a resource group holds under their own
+    /// names; a value of another kind than the default's is left out.
+    void fromResources(QARes* resources);
 
 signals:
     void changed(const QString& key);

@@ -1,7 +1,9 @@
+#include "qares.h"
 #include "qastdata.h"
 
 #include <QDomDocument>
 #include <QRandomGenerator>
+#include <QTemporaryFile>
 #include <QTest>
 #include <QTextStream>
 
@@ -164,6 +166,70 @@ private slots:
         QAStData::toStream(stream, "t", "v", level);
         stream.flush();
         QTEST(text, "expected");
+    }
+
+    // The older resource form: a value is taken only at its path and of its
+    // kind; anything else leaves the attribute unset.
+    void resourceReaders_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<QString>("kind");
+        QTest::addColumn<QString>("read");
+        QTest::newRow("int") << "n" << "int" << "7";
+        QTest::newRow("int of a string") << "s" << "int" << "unset";
+        QTest::newRow("bool") << "b" << "bool" << "true";
+        QTest::newRow("string") << "s" << "string" << "x,y";
+        QTest::newRow("empty string is set") << "e" << "string" << "";
+        QTest::newRow("nested path") << "g.inner" << "string" << "deep";
+        QTest::newRow("missing path") << "nothing" << "string" << "unset";
+        QTest::newRow("string list") << "l" << "list" << "a|b";
+        QTest::newRow("mixed list refused") << "m" << "list" << "unset";
+        QTest::newRow("map keeps the raw text") << "l2" << "map" << "k=v#comma#w|z=";
+    }
+    void resourceReaders()
+    {
+        QFETCH(QString, path);
+        QFETCH(QString, kind);
+        QFETCH(QString, read);
+        QTemporaryFile file;
+        QVERIFY(file.open());
+        file.write("top { n = 7; b = true; s = \"x,y\"; e = \"\"; g { inner = \"deep\"; }\n"
+                   "l = (\"a\", \"b\"); m = (\"a\", 1); l2 = (\"k=v#comma#w\", \"z\"); }\n");
+        file.close();
+        QScopedPointer<QARes> resources(QARes::read(QFile::encodeName(file.fileName()).constData(), false));
+        QVERIFY(resources);
+        const QByteArray at = path.toLatin1();
+        QString got = QStringLiteral("unset");
+        if (kind == QLatin1String("int")) {
+            QAStAttribute<int> a;
+            QAStData::readIntVal(resources.data(), at.constData(), a);
+            if (a.isSet)
+                got = QString::number(a.get());
+        } else if (kind == QLatin1String("bool")) {
+            QAStAttribute<bool> a;
+            QAStData::readBoolVal(resources.data(), at.constData(), a);
+            if (a.isSet)
+                got = QAStData::boolToXMLValue(a.get());
+        } else if (kind == QLatin1String("string")) {
+            QAStAttribute<QString> a;
+            QAStData::readStrVal(resources.data(), at.constData(), a);
+            if (a.isSet)
+                got = a.get();
+        } else if (kind == QLatin1String("list")) {
+            QAStAttribute<QStringList> a;
+            QAStData::readStrListVal(resources.data(), at.constData(), a);
+            if (a.isSet)
+                got = a.get().join(QLatin1Char('|'));
+        } else {
+            QAStAttribute<QMap<QString, QString>> a;
+            QAStData::readStrMapVal(resources.data(), at.constData(), a);
+            QStringList entries;
+            for (auto it = a.get().constBegin(); it != a.get().constEnd(); ++it)
+                entries << it.key() + QLatin1Char('=') + it.value();
+            if (a.isSet)
+                got = entries.join(QLatin1Char('|'));
+        }
+        QCOMPARE(got, read);
     }
 };
 
