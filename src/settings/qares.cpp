@@ -109,6 +109,12 @@ QARes::~QARes()
     File::release(_file);
 }
 
+void QAResReadState::adoptTag(QARes* node, char* tag)
+{
+    delete[] node->_tag;
+    node->_tag = tag;
+}
+
 void QARes::setTag(const char* tag)
 {
     delete[] _tag;

@@ -121,6 +121,7 @@ protected:
     QARes(Type type, const char* tag);
 
 private:
+    friend struct QAResReadState;
     void initTag(const char* tag);
 
     File* _file = nullptr;

@@ -107,7 +107,12 @@ item
     : tag body
         {
             $$ = $2;
-            $$->setTag(tokenText($1));
+            if (Token::String* word = $1.typeString()) {
+                QAResReadState::adoptTag($$, word->text);
+                word->text = nullptr;
+            } else {
+                $$->setTag($1.text);
+            }
             $$->setSource($1.line, $1.column, qaresReadState.fileName);
             delete $1.value;
         }

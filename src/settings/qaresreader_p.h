@@ -17,6 +17,10 @@ struct QAResReadState
     /// Length of the previous token, added to the column by the next one.
     int step = 0;
     QARes* result = nullptr;
+
+    /// Gives \a tag, a non-empty text allocated with new[], to \a node,
+    /// sparing the copy that setTag() makes.
+    static void adoptTag(QARes* node, char* tag);
 };
 
 extern QAResReadState qaresReadState;

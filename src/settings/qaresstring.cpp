@@ -21,9 +21,13 @@ int hexValue(char c)
     return -1;
 }
 
+// 8-bit text as it was read, NUL bytes included.
 void writeQuoted(std::ostream& stream, const QString& text)
 {
-    stream << '"' << text.toLatin1().constData() << '"';
+    const QByteArray bytes = text.toLatin1();
+    stream << '"';
+    stream.write(bytes.constData(), bytes.size());
+    stream << '"';
 }
 
 } // namespace
