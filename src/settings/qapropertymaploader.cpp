@@ -172,58 +172,42 @@ void QAPropertyMapLoader::loadProperty(QAProperty* property, QARes* item)
 // ---------------------------------------------------------------------------
 // Kinds
 
+namespace {
+
+// Makes the property of one kind and lets the loader read that kind's fields.
+template <class Property>
+QAProperty* makeProperty(QAPropertyMapLoader* loader, const QString& key, QARes* item)
+{
+    auto* property = new Property(key);
+    loader->init(property, key, item);
+    return property;
+}
+
+using Maker = QAProperty* (*)(QAPropertyMapLoader*, const QString&, QARes*);
+
+const QMap<QString, Maker>& makers()
+{
+    static const QMap<QString, Maker> map {
+        {QStringLiteral("Group"), &makeProperty<QAPropertyMapGroup>},
+        {QStringLiteral("Int"), &makeProperty<QAPropertyMapInt>},
+        {QStringLiteral("ComboInt"), &makeProperty<QAPropertyMapComboInt>},
+        {QStringLiteral("Bool"), &makeProperty<QAPropertyMapBool>},
+        {QStringLiteral("YesNo"), &makeProperty<QAPropertyMapYesNo>},
+        {QStringLiteral("LineEdit"), &makeProperty<QAPropertyMapLineEdit>},
+        {QStringLiteral("ComboString"), &makeProperty<QAPropertyMapComboString>},
+        {QStringLiteral("PathItem"), &makeProperty<QAPropertyMapPathItem>},
+        {QStringLiteral("ListBox"), &makeProperty<QAPropertyMapListBox>},
+        {QStringLiteral("PathBox"), &makeProperty<QAPropertyMapPathBox>},
+    };
+    return map;
+}
+
+} // namespace
+
 QAProperty* QAPropertyMapLoader::createProperty(const QString& type, const QString& key, QARes* item)
 {
-    if (type == QLatin1String("Group")) {
-        auto* property = new QAPropertyMapGroup(key);
-        init(property, key, item);
-        return property;
-    }
-    if (type == QLatin1String("Int")) {
-        auto* property = new QAPropertyMapInt(key);
-        init(property, key, item);
-        return property;
-    }
-    if (type == QLatin1String("ComboInt")) {
-        auto* property = new QAPropertyMapComboInt(key);
-        init(property, key, item);
-        return property;
-    }
-    if (type == QLatin1String("Bool")) {
-        auto* property = new QAPropertyMapBool(key);
-        init(property, key, item);
-        return property;
-    }
-    if (type == QLatin1String("YesNo")) {
-        auto* property = new QAPropertyMapYesNo(key);
-        init(property, key, item);
-        return property;
-    }
-    if (type == QLatin1String("LineEdit")) {
-        auto* property = new QAPropertyMapLineEdit(key);
-        init(property, key, item);
-        return property;
-    }
-    if (type == QLatin1String("ComboString")) {
-        auto* property = new QAPropertyMapComboString(key);
-        init(property, key, item);
-        return property;
-    }
-    if (type == QLatin1String("PathItem")) {
-        auto* property = new QAPropertyMapPathItem(key);
-        init(property, key, item);
-        return property;
-    }
-    if (type == QLatin1String("ListBox")) {
-        auto* property = new QAPropertyMapListBox(key);
-        init(property, key, item);
-        return property;
-    }
-    if (type == QLatin1String("PathBox")) {
-        auto* property = new QAPropertyMapPathBox(key);
-        init(property, key, item);
-        return property;
-    }
+    if (const Maker make = makers().value(type))
+        return make(this, key, item);
     report(QStringLiteral("Property at line %1: the type '%2' is not expected")
                .arg(item ? item->line() : 0)
                .arg(type));
