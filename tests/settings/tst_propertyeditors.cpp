@@ -1,3 +1,4 @@
+#include "propertyleaves.h"
 #include "qapropertyattryesno.h"
 #include "qapropertymapbool.h"
 #include "qapropertymapcomboint.h"
@@ -29,48 +30,10 @@
 
 namespace {
 
-class ChainedStore : public QAPropertyStore
-{
-public:
-    explicit ChainedStore(QAPropertyStore* base) : base(base) {}
-    QAPropertyStore* inheritOf() const override { return base; }
-    QAPropertyStore* base;
-};
 
 QAProperty* makeLeaf(const QString& kind)
 {
-    const QString key = kind.toLower();
-    if (kind == "Int") {
-        auto* p = new QAPropertyMapInt(key);
-        p->setMin(0);
-        p->setMax(100);
-        p->setStep(5);
-        p->setSuffix(" ms");
-        return p;
-    }
-    if (kind == "ComboInt") {
-        auto* p = new QAPropertyMapComboInt(key);
-        p->insertItem("Low", 1);
-        p->insertItem("High", 2);
-        return p;
-    }
-    if (kind == "ComboString") {
-        auto* p = new QAPropertyMapComboString(key);
-        p->insertItem("Debug", "-g");
-        p->insertItem("Optimised", "-O2");
-        return p;
-    }
-    if (kind == "Bool")
-        return new QAPropertyMapBool(key);
-    if (kind == "YesNo")
-        return new QAPropertyMapYesNo(key);
-    if (kind == "LineEdit")
-        return new QAPropertyMapLineEdit(key);
-    if (kind == "PathItem")
-        return new QAPropertyMapPathItem(key);
-    if (kind == "ListBox")
-        return new QAPropertyMapListBox(key);
-    return new QAPropertyMapPathBox(key);
+    return makeMapLeaf(kind, kind.toLower());
 }
 
 // What the editor shows, in the kind of the property's value.

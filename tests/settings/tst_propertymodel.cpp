@@ -1,3 +1,4 @@
+#include "propertyleaves.h"
 #include "qapropertyattrbool.h"
 #include "qapropertyattrcomboint.h"
 #include "qapropertyattrlineedit.h"
@@ -24,49 +25,7 @@
 
 namespace {
 
-// A store that inherits from another, as a configuration does.
-class ChainedStore : public QAPropertyStore
-{
-public:
-    explicit ChainedStore(QAPropertyStore* base = nullptr) : base(base) {}
-    QAPropertyStore* inheritOf() const override { return base; }
-    QAPropertyStore* base;
-};
 
-QAProperty* makeMapLeaf(const QString& kind, const QString& key)
-{
-    if (kind == "Int") {
-        auto* p = new QAPropertyMapInt(key);
-        p->setSuffix(" ms");
-        return p;
-    }
-    if (kind == "ComboInt") {
-        auto* p = new QAPropertyMapComboInt(key);
-        p->insertItem("None", 0);
-        p->insertItem("Low", 1);
-        p->insertItem("High", 2);
-        return p;
-    }
-    if (kind == "ComboString") {
-        auto* p = new QAPropertyMapComboString(key);
-        p->insertItem("Debug", "-g");
-        p->insertItem("Optimised", "-O2");
-        return p;
-    }
-    if (kind == "Bool")
-        return new QAPropertyMapBool(key);
-    if (kind == "YesNo")
-        return new QAPropertyMapYesNo(key);
-    if (kind == "LineEdit")
-        return new QAPropertyMapLineEdit(key);
-    if (kind == "PathItem")
-        return new QAPropertyMapPathItem(key);
-    if (kind == "ListBox")
-        return new QAPropertyMapListBox(key);
-    if (kind == "PathBox")
-        return new QAPropertyMapPathBox(key);
-    return nullptr;
-}
 
 // Same kind and same value: QVariant's own equality converts across kinds.
 bool sameVariant(const QVariant& a, const QVariant& b)
