@@ -10,12 +10,7 @@ QAPropertyComboIntWidget::QAPropertyComboIntWidget(QAPropertyComboInt* property,
     const QMap<QString, qint32> content = property->content();
     for (const QString& label : property->originalList())
         _comboBox->addItem(label, content.value(label));
-    setEditor(_comboBox);
-    updateValue();
-    connect(_comboBox, &QComboBox::activated, this, [this](int index) {
-        if (!isUpdating() && index >= 0)
-            commit(_comboBox->itemData(index));
-    });
+    setChoiceEditor(_comboBox);
 }
 
 void QAPropertyComboIntWidget::showValue(const QVariant& value)

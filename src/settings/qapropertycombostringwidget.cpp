@@ -11,12 +11,7 @@ QAPropertyComboStringWidget::QAPropertyComboStringWidget(QAPropertyComboString* 
     const QMap<QString, QString> content = property->content();
     for (const QString& label : property->originalList())
         _comboBox->addItem(label, content.value(label));
-    setEditor(_comboBox);
-    updateValue();
-    connect(_comboBox, &QComboBox::activated, this, [this](int index) {
-        if (!isUpdating() && index >= 0)
-            commit(_comboBox->itemData(index));
-    });
+    setChoiceEditor(_comboBox);
 }
 
 void QAPropertyComboStringWidget::showValue(const QVariant& value)

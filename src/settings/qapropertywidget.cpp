@@ -1,5 +1,7 @@
 #include "qapropertywidget.h"
 
+#include <QComboBox>
+
 #include "qaproperty.h"
 
 #include <QHBoxLayout>
@@ -83,4 +85,14 @@ void QAPropertyWidget::showOverriden()
         _editor->setFont(font);
     }
     _reset->setEnabled(overriden && _property->isResetable() && !_property->isReadOnly());
+}
+
+void QAPropertyWidget::setChoiceEditor(QComboBox* box)
+{
+    setEditor(box);
+    updateValue();
+    connect(box, &QComboBox::activated, this, [this, box](int index) {
+        if (!isUpdating() && index >= 0)
+            commit(box->itemData(index));
+    });
 }

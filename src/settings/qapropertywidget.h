@@ -6,6 +6,7 @@
 #include <QWidget>
 
 class QAProperty;
+class QComboBox;
 class QAbstractButton;
 class QHBoxLayout;
 class QToolButton;
@@ -39,6 +40,9 @@ signals:
 protected:
     /// Makes \a editor the input widget, first in the row.
     void setEditor(QWidget* editor);
+    /// Makes \a box the editor of a choice: the item the user picks commits
+    /// the value carried in its data.
+    void setChoiceEditor(QComboBox* box);
     /// Adds \a part behind the input widget, before the reset button.
     void addEditorPart(QWidget* part);
     virtual void showValue(const QVariant& value) = 0;
