@@ -1,6 +1,9 @@
 #include "qastnode.h"
 
 #include "qafileutil.h"
+#include "qastconfiguration.h"
+#include "qasttargetpackage.h"
+#include "qasttargetpackagelist.h"
 #include "qaprocess.h"
 #include "qatrace.h"
 #include "studiointerface.h"
@@ -19,17 +22,22 @@ QAStNode* QAStNode::_runRoot = nullptr;
 QAStNode::QAStNode(const QString& name, const QPixmap& icon, QAStData* parent, QAStData* after)
     : QAStData(name, icon, parent, after)
 {
+    connectConfigurations();
 }
 
 QAStNode::QAStNode(const QDomElement& element, int version, QAStData* parent, QAStData* after)
     : QAStData(element.firstChild().toElement(), version, parent, after)
 {
+    // The parent's configurations first: what the file says of this node
+    // then replaces them.
+    connectConfigurations();
     init(element, version);
 }
 
 QAStNode::~QAStNode()
 {
     delete childIterator;
+    qDeleteAll(_configurations);
     // A root deleted during its run must not keep every later run from
     // hearing its own end.
     if (_runRoot == this) {
@@ -72,7 +80,7 @@ void QAStNode::init(const QDomElement& element, int version)
          child = child.nextSiblingElement()) {
         const QString tag = child.tagName();
         if (tag == QLatin1String("current_configuration")) {
-            currentConfiguration = xmlValueToString(child.text());
+            _currentConfiguration = xmlValueToString(child.text());
         } else if (tag == QLatin1String("state")) {
             // A hand-edited value outside the three states keeps the default.
             const int read = xmlValueToInt(child.text());
@@ -91,8 +99,7 @@ void QAStNode::init(const QDomElement& element, int version)
         } else if (tag == QLatin1String("perlscript_after_child")) {
             perlscriptAfterChild = xmlValueToString(child.text());
         } else if (tag == QLatin1String("configuration_list")) {
-            // A node has no settings store of its own yet; the element is
-            // known and has nothing to fill.
+            readConfigurations(child, version);
         } else {
             displayMessage(MessageConsole, tr("Element unknown in node : %1").arg(tag));
         }
@@ -113,12 +120,28 @@ void QAStNode::readOutFileNames(const QDomElement& list)
     }
 }
 
+void QAStNode::readConfigurations(const QDomElement& list, int version)
+{
+    // What the parent handed down is replaced by what the file says; nobody
+    // has seen those stores yet, so they go without a word.
+    qDeleteAll(_configurations);
+    _configurations.clear();
+    for (QDomElement element = list.firstChildElement(QStringLiteral("configuration")); !element.isNull();
+         element = element.nextSiblingElement(QStringLiteral("configuration"))) {
+        auto* configuration = new QAStConfiguration(QString(), this);
+        configuration->init(element, version);
+        // Two elements of one name: the later one stands.
+        delete _configurations.value(configuration->name());
+        _configurations.insert(configuration->name(), configuration);
+    }
+}
+
 void QAStNode::write(QTextStream& stream, int indent)
 {
     indentXML(stream, indent);
     stream << "<node>\n";
     QAStData::write(stream, indent + 1);
-    toStream(stream, "current_configuration", stringToXMLValue(currentConfiguration), indent + 1);
+    toStream(stream, "current_configuration", stringToXMLValue(_currentConfiguration), indent + 1);
     toStream(stream, "state", intToXMLValue(state.get()), indent + 1);
     toStream(stream, "background", boolToXMLValue(background.get()), indent + 1);
     writeOutFileNames(stream, indent + 1);
@@ -128,6 +151,8 @@ void QAStNode::write(QTextStream& stream, int indent)
         toStream(stream, "perlscript_after_child", stringToXMLValue(perlscriptAfterChild), indent + 1);
     indentXML(stream, indent + 1);
     stream << "<configuration_list>\n";
+    for (QAStConfiguration* configuration : std::as_const(_configurations))
+        configuration->write(stream, indent + 2);
     indentXML(stream, indent + 1);
     stream << "</configuration_list>\n";
     indentXML(stream, indent);
@@ -173,9 +198,9 @@ bool QAStNode::isNodeExecutable()
 
 int QAStNode::executionFlag()
 {
-    // The flag lives in the current configuration; a node without one has
-    // no step selected.
-    return 0;
+    // A node without a configuration has no step selected.
+    const QAStConfiguration* configuration = currentConfiguration();
+    return configuration ? configuration->property(QStringLiteral("executionFlag")).toInt() : 0;
 }
 
 unsigned int QAStNode::settingsMask() const
@@ -706,7 +731,7 @@ void QAStNode::clean()
 
 void QAStNode::deleteOutFileNames()
 {
-    const QString prefix = _hashCode(currentConfiguration);
+    const QString prefix = _hashCode(_currentConfiguration);
     for (auto it = outFileNamesMap.constBegin(); it != outFileNamesMap.constEnd(); ++it) {
         if (!it.key().startsWith(prefix))
             continue;
@@ -794,7 +819,7 @@ QString QAStNode::_hashCode(const QString& text)
 
 QString QAStNode::outFileNameKey(const QString& type) const
 {
-    return _hashCode(currentConfiguration) + QLatin1Char('_') + type.toUpper();
+    return _hashCode(_currentConfiguration) + QLatin1Char('_') + type.toUpper();
 }
 
 void QAStNode::addOutFileName(const QString& type, const QString& path)
@@ -866,7 +891,7 @@ bool QAStNode::outFileNameContains(const QString& type)
 
 void QAStNode::outFileNamesOutOf(const QString& type, QStringList& out)
 {
-    const QString prefix = _hashCode(currentConfiguration) + QLatin1Char('_');
+    const QString prefix = _hashCode(_currentConfiguration) + QLatin1Char('_');
     const QString excluded = outFileNameKey(type);
     for (auto it = outFileNamesMap.constBegin(); it != outFileNamesMap.constEnd(); ++it) {
         if (it.key().startsWith(prefix) && it.key() != excluded)
@@ -878,7 +903,7 @@ void QAStNode::listOutFileNames(QStringList& out)
 {
     if (effectiveState() == Excluded)
         return;
-    const QString prefix = _hashCode(currentConfiguration) + QLatin1Char('_');
+    const QString prefix = _hashCode(_currentConfiguration) + QLatin1Char('_');
     const QString dummy = outFileNameKey(QStringLiteral("DUM"));
     for (auto it = outFileNamesMap.constBegin(); it != outFileNamesMap.constEnd(); ++it) {
         if (!it.key().startsWith(prefix) || it.key() == dummy)
@@ -934,10 +959,23 @@ void QAStNode::readLogFile()
 // ---------------------------------------------------------------------------
 // Report file names
 
-QString QAStNode::reportFile(const char* extension, const char* fallback)
+// A report set to "<default>" is named after the test that produces it: the
+// nearest test above for coverage and traces, which a whole test collects,
+// and only a test right above for the other reports; else after this node.
+QString QAStNode::reportFile(const char* key, const char* extension, const char* fallback,
+                             bool nearestTest)
 {
-    // Without a configuration every report takes its standing name.
     QString file = QString::fromLatin1(fallback);
+    if (const QAStConfiguration* configuration = currentConfiguration()) {
+        file = configuration->property(QString::fromLatin1(key)).toString();
+        if (file.isEmpty() || file == QLatin1String("<default>")) {
+            QAStData* test = nearestTest ? parentOfClass("QAStNodeTest") : parent();
+            if (!test || !test->inherits("QAStNodeTest"))
+                test = this;
+            file = configuration->property(QStringLiteral("outdir")).toString() + QDir::separator()
+                + QAFileUtil::generateFilename(test->name());
+        }
+    }
     const QString suffix = QString::fromLatin1(extension);
     if (QFileInfo(file).suffix() != suffix)
         file += QLatin1Char('.') + suffix;
@@ -946,30 +984,239 @@ QString QAStNode::reportFile(const char* extension, const char* fallback)
 
 QString QAStNode::tdfFile()
 {
-    return reportFile("tdf", "tracer.tdf");
+    return reportFile("ztt_tdf_name", "tdf", "tracer.tdf", true);
 }
 
 QString QAStNode::tioFile()
 {
-    return reportFile("tio", "zentacov.tio");
+    return reportFile("ztc_tio_name", "tio", "zentacov.tio", true);
 }
 
 QString QAStNode::tqfFile()
 {
-    return reportFile("tqf", "timvexlt.tqf");
+    return reportFile("ztq_tqf_name", "tqf", "timvexlt.tqf", false);
 }
 
 QString QAStNode::tzfFile()
 {
-    return reportFile("tzf", "stacksize.tzf");
+    return reportFile("ztz_tzf_name", "tzf", "stacksize.tzf", false);
 }
 
 QString QAStNode::tgfFile()
 {
-    return reportFile("tgf", "ccoupling.tgf");
+    return reportFile("ztg_tgf_name", "tgf", "ccoupling.tgf", false);
 }
 
 QString QAStNode::tpfFile()
 {
-    return reportFile("tpf", "memvexlt.tpf");
+    return reportFile("ztp_tpf_name", "tpf", "memvexlt.tpf", false);
+}
+
+// ---------------------------------------------------------------------------
+// Configurations
+//
+// The operations that reach every node below walk the tree with a list of
+// their own rather than by recursion: trees are read thousands of levels deep.
+
+namespace {
+
+// The direct child nodes of \a node, pushed so that they come off in order.
+void pushChildNodes(QAStNode* node, QList<QAStNode*>& pending)
+{
+    const QList<QAStNode*> nodes = node->children();
+    for (auto it = nodes.crbegin(); it != nodes.crend(); ++it)
+        pending.append(*it);
+}
+
+} // namespace
+
+QAStConfiguration* QAStNode::configuration(const QString& name) const
+{
+    return _configurations.value(name);
+}
+
+QStringList QAStNode::configurationList() const
+{
+    return _configurations.keys();
+}
+
+QAStConfiguration* QAStNode::currentConfiguration() const
+{
+    if (QAStConfiguration* current = _configurations.value(_currentConfiguration))
+        return current;
+    if (_configurations.isEmpty())
+        return nullptr;
+    warning("ERROR : configuration #0 has been taken by default");
+    return _configurations.first();
+}
+
+QAStConfiguration* QAStNode::inheritConfiguration(const QAStConfiguration* config)
+{
+    if (!config)
+        return nullptr;
+    const QString name = config->name();
+    if (_configurations.value(name) != config)
+        return nullptr;
+    QAStNode* up = toNode(parent());
+    return up ? up->configuration(name) : nullptr;
+}
+
+QAStConfiguration* QAStNode::addOwnConfiguration(const QString& name)
+{
+    auto* configuration = new QAStConfiguration(name, this);
+    _configurations.insert(name, configuration);
+    return configuration;
+}
+
+bool QAStNode::removeOwnConfiguration(const QString& name)
+{
+    QAStConfiguration* configuration = _configurations.value(name);
+    if (!configuration)
+        return false;
+    emit configurationWillBeRemoved(name);
+    _configurations.remove(name);
+    emit configurationRemoved(name);
+    delete configuration;
+    modified = true;
+    return true;
+}
+
+QAStConfiguration* QAStNode::addConfiguration(const QString& name)
+{
+    if (QAStConfiguration* existing = configuration(name))
+        return existing;
+    QAStConfiguration* added = nullptr;
+    QList<QAStNode*> pending {this};
+    while (!pending.isEmpty()) {
+        QAStNode* node = pending.takeLast();
+        // A node that has the name already keeps it, and so does its subtree.
+        if (node->configuration(name))
+            continue;
+        QAStConfiguration* configuration = node->addOwnConfiguration(name);
+        if (!added)
+            added = configuration;
+        emit node->configurationAdded(name);
+        node->modified = true;
+        pushChildNodes(node, pending);
+    }
+    return added;
+}
+
+QAStConfiguration* QAStNode::dupConfiguration(const QString& from, const QString& to)
+{
+    QAStConfiguration* copy = nullptr;
+    QList<QAStNode*> pending {this};
+    while (!pending.isEmpty()) {
+        QAStNode* node = pending.takeLast();
+        const QAStConfiguration* source = node->configuration(from);
+        if (!source)
+            continue;
+        QAStConfiguration* target = node->configuration(to);
+        if (!target)
+            target = node->addOwnConfiguration(to);
+        // The map is shared; only the name is the copy's own.
+        *target = *source;
+        target->setName(to);
+        if (!copy)
+            copy = target;
+        emit node->configurationAdded(to);
+        node->modified = true;
+        pushChildNodes(node, pending);
+    }
+    return copy;
+}
+
+void QAStNode::removeConfiguration(const QString& name)
+{
+    QList<QAStNode*> pending {this};
+    while (!pending.isEmpty()) {
+        QAStNode* node = pending.takeLast();
+        if (node->removeOwnConfiguration(name))
+            pushChildNodes(node, pending);
+    }
+}
+
+void QAStNode::removeAllConfigurations()
+{
+    const QStringList names = configurationList();
+    for (const QString& name : names)
+        removeOwnConfiguration(name);
+}
+
+void QAStNode::connectConfigurations()
+{
+    if (!toNode(parent()))
+        return;
+    QList<QAStNode*> pending {this};
+    while (!pending.isEmpty()) {
+        QAStNode* node = pending.takeLast();
+        const QAStNode* up = toNode(node->parent());
+        node->_currentConfiguration = up->_currentConfiguration;
+        for (auto it = up->_configurations.constBegin(); it != up->_configurations.constEnd(); ++it) {
+            if (!node->_configurations.contains(it.key()))
+                node->addOwnConfiguration(it.key());
+        }
+        pushChildNodes(node, pending);
+    }
+}
+
+void QAStNode::setCurrentConfiguration(const QString& name)
+{
+    QList<QAStNode*> pending {this};
+    while (!pending.isEmpty()) {
+        QAStNode* node = pending.takeLast();
+        if (!node->configuration(name))
+            continue;
+        node->_currentConfiguration = name;
+        emit node->configurationChanged(name);
+        pushChildNodes(node, pending);
+    }
+}
+
+void QAStNode::changeCurrentConfiguration(const QString& name)
+{
+    setCurrentConfiguration(name);
+    modified = true;
+}
+
+QAStTargetPackage* QAStNode::getTDP(const QString& name)
+{
+    QAStTargetPackageList* installed = QAStTargetPackageList::installTargetPackages();
+    if (!installed)
+        return nullptr;
+    if (QAStTargetPackage* port = installed->targetPackage(name))
+        return port;
+    for (QAStTargetPackage* port : std::as_const(*installed)) {
+        if (port->name == name)
+            return port;
+    }
+    return nullptr;
+}
+
+QStringList QAStNode::getTDPnames()
+{
+    QStringList names;
+    if (QAStTargetPackageList* installed = QAStTargetPackageList::installTargetPackages()) {
+        for (const QAStTargetPackage* port : std::as_const(*installed))
+            names << port->directory;
+    }
+    return names;
+}
+
+QAStTargetPackage* QAStNode::getcurrentTDP() const
+{
+    const QAStConfiguration* configuration = currentConfiguration();
+    return configuration ? configuration->targetPackage() : nullptr;
+}
+
+void QAStNode::setTDP(const QAStTargetPackage& port)
+{
+    QAStConfiguration* configuration = currentConfiguration();
+    if (!configuration)
+        return;
+    // What the former port brought must not outlive it.
+    if (const QAStTargetPackage* former = configuration->targetPackage(); former && former != &port)
+        configuration->reset(*former);
+    configuration->init(port);
+    modified = true;
 }

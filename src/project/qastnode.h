@@ -7,6 +7,9 @@
 #include <QPointer>
 #include <QStringList>
 
+class QAStConfiguration;
+class QAStTargetPackage;
+
 /// A tree object that can be built, executed, debugged, cleaned and stopped.
 ///
 /// A run is a chain of events, not a loop: the node starts one child, goes
@@ -29,6 +32,9 @@ public:
     void write(QTextStream& stream, int indent) override;
 
     virtual void setState(QAStNode::State state);
+    /// The store that \a config inherits from: the parent's store of the
+    /// same name when \a config is this node's own; otherwise none.
+    virtual QAStConfiguration* inheritConfiguration(const QAStConfiguration* config);
     virtual void outFileNames(const QString& type, QStringList& out);
     virtual QString outFileName(const QString& type);
     virtual bool outFileNameContains(const QString& type);
@@ -47,6 +53,9 @@ public:
     virtual unsigned int settingsMask() const;
     virtual void readLogFile();
     virtual bool mustRebuilt();
+    /// A copy of the configuration \a from under the name \a to, on this
+    /// node and every node below; null when \a from does not exist.
+    virtual QAStConfiguration* dupConfiguration(const QString& from, const QString& to);
 
     virtual void buildNode();
     virtual void executeNode();
@@ -88,7 +97,33 @@ public:
     QAStNode::State effectiveState() const { return static_cast<State>(state.get()); }
     QAStAttribute<int>& stateAttribute() { return state; }
     QAStAttribute<bool>& backgroundAttribute() { return background; }
-    QString currentConfigurationName() const { return currentConfiguration; }
+    QString currentConfigurationName() const { return _currentConfiguration; }
+
+    /// This node's store of \a name, or null.
+    QAStConfiguration* configuration(const QString& name) const;
+    const QMap<QString, QAStConfiguration*>& configurations() const { return _configurations; }
+    /// The names of the configurations, in order of name.
+    QStringList configurationList() const;
+    /// The store of the current name; the first one when that name is gone;
+    /// null when the node has none.
+    QAStConfiguration* currentConfiguration() const;
+    /// The store \a name of this node, made here and on every node below
+    /// when it does not exist yet.
+    QAStConfiguration* addConfiguration(const QString& name);
+    void removeConfiguration(const QString& name);
+    void removeAllConfigurations();
+    /// Gives this node and every node below the parent's current name and a
+    /// store for each of the parent's configurations.
+    void connectConfigurations();
+
+    /// The installed port of that directory name, or of that name; null.
+    static QAStTargetPackage* getTDP(const QString& name);
+    /// The directory names of the installed ports.
+    static QStringList getTDPnames();
+    /// The port of the current configuration, or null.
+    QAStTargetPackage* getcurrentTDP() const;
+    /// Moves the current configuration of this node to \a port.
+    void setTDP(const QAStTargetPackage& port);
     QString perlScriptAfterChild() const { return perlscriptAfterChild; }
     void setPerlScriptAfterChild(const QString& script) { perlscriptAfterChild = script; }
     QString perlScriptBeforeChild() const { return perlscriptBeforeChild; }
@@ -111,8 +146,16 @@ signals:
     void buildExecuteInvoked();
     void editSettings();
     void stateChanged(QAStNode::State state);
+    void configurationAdded(const QString& name);
+    void configurationChanged(const QString& name);
+    void configurationRemoved(const QString& name);
+    void configurationWillBeRemoved(const QString& name);
 
 public slots:
+    /// Makes \a name current here and on every node below; a name this node
+    /// does not have is ignored.
+    virtual void setCurrentConfiguration(const QString& name);
+    void changeCurrentConfiguration(const QString& name);
     virtual void build();
     virtual void rebuild();
     virtual void execute();
@@ -135,7 +178,7 @@ protected:
     bool nextChildToBuild();
     bool nextChildToExecute();
     bool isSkipped(QAStNode* node) const;
-    QString reportFile(const char* extension, const char* fallback);
+    QString reportFile(const char* key, const char* extension, const char* fallback, bool nearestTest);
     void enterDirectory();
 
     QAStAttribute<int> state {Included, true};
@@ -150,7 +193,8 @@ protected:
     QMap<QString, QStringList> outFileNamesMap;
     QString perlscriptBeforeChild;
     QString perlscriptAfterChild;
-    QString currentConfiguration;
+    QString _currentConfiguration;
+    QMap<QString, QAStConfiguration*> _configurations;
 
 private:
     void startChildWalk(const QList<QAStNode*>& nodes);
@@ -158,6 +202,9 @@ private:
     void finishChildWalk(bool execution);
     void killAfterStop();
     void readOutFileNames(const QDomElement& list);
+    void readConfigurations(const QDomElement& list, int version);
+    QAStConfiguration* addOwnConfiguration(const QString& name);
+    bool removeOwnConfiguration(const QString& name);
     void writeOutFileNames(QTextStream& stream, int indent) const;
 
     static bool _isConnected;

@@ -18,6 +18,7 @@ public:
     void executeAfterChildren(bool debug) override;
     void generateEnv(QTextStream& stream) override;
     QStringList disableViewerList() const override;
+    unsigned int settingsMask() const override;
 
 public slots:
     virtual void executeScriptTerminated();

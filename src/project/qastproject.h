@@ -2,6 +2,8 @@
 
 #include "qastnodecontainer.h"
 
+#include <QMap>
+
 /// The root node of a tree, and the document that holds it.
 ///
 /// Its file is one `project` element: the container form of the project
@@ -17,12 +19,34 @@ public:
     explicit QAStProject(const QPixmap& icon, QAStData* parent = nullptr, QAStData* after = nullptr);
     QAStProject(const QString& name, const QPixmap& icon, QAStData* parent = nullptr,
                 QAStData* after = nullptr);
+    ~QAStProject() override;
 
     QMenu* addNextPopupMenu(QWidget* parent) override;
     void write(QTextStream& stream, int indent) override;
     bool abortBuildOnChildError(QAStNode* child) override;
     QStringList disableViewerList() const override;
     unsigned int settingsMask() const override;
+    QString directory() override;
+    /// The chain of a node configuration ends here, at the initial
+    /// configuration of its name, which has nothing above it.
+    QAStConfiguration* inheritConfiguration(const QAStConfiguration* config) override;
+    QAStConfiguration* dupConfiguration(const QString& from, const QString& to) override;
+
+    /// Makes a new project document at \a path; nothing is written until a
+    /// save.
+    void create(const QString& path);
+    bool isLoaded() const { return loaded; }
+    QString path() const;
+    QString filename() const { return _filename; }
+
+    /// The complete configuration of \a name that node configurations
+    /// inherit from, or null.
+    QAStConfiguration* initialConfiguration(const QString& name) const;
+    const QMap<QString, QAStConfiguration*>& initialConfigurations() const { return rootConfigurations; }
+    /// The configuration \a name on the whole tree, with an initial one of
+    /// built-in defaults when there is none yet; null unless loaded.
+    QAStConfiguration* addConfiguration(const QString& name);
+    void removeConfiguration(const QString& name);
 
     /// Reads a `project` element into this project. A step that finds its
     /// element missing stops the reading and leaves what was read; the reason
@@ -37,7 +61,13 @@ public:
 
 private:
     void initGlobal();
+    void readInitialConfigurations(const QDomElement& list, int version);
+    void storePath(const QString& path);
 
+    QMap<QString, QAStConfiguration*> rootConfigurations;
+    QString _directory;
+    QString _filename;
+    bool loaded = false;
     Method _sortMethod = 1;
 
     static bool _modeBatch;

@@ -13,6 +13,11 @@ QString StudioInterface::helpDir() { return QString(); }
 QString StudioInterface::targetDir() { return QString(); }
 QString StudioInterface::userName() { return QString(); }
 QString StudioInterface::cmsTool() { return QString(); }
+QString StudioInterface::dataDir() { return installDir(); }
+QString StudioInterface::csvSeparator() { return QStringLiteral(","); }
+QString StudioInterface::csvDecimalSeparator() { return QStringLiteral("."); }
+// No grouping of digits unless asked for: such tables read back as numbers.
+QString StudioInterface::csvThousandSeparator() { return QString(); }
 QStringList StudioInterface::perlCommand() { return QStringList(QString()); }
 int StudioInterface::port() { return -1; }
 QPixmap StudioInterface::pixmap(const QString&) { return QPixmap(); }

@@ -30,6 +30,15 @@ public:
     virtual QString userName();
     /// Name of the configuration management tool, empty when there is none.
     virtual QString cmsTool();
+    /// The directory below which the shared settings data lie ("Common/lib"
+    /// and its definition file); the installation directory unless the host
+    /// keeps them elsewhere.
+    virtual QString dataDir();
+    /// The separators of the tables that tools export, as the user set them;
+    /// new configurations start with them.
+    virtual QString csvSeparator();
+    virtual QString csvDecimalSeparator();
+    virtual QString csvThousandSeparator();
 
     /// The interpreter: the program first, then its fixed options.
     virtual QStringList perlCommand();

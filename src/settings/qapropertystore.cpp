@@ -21,13 +21,16 @@ QAPropertyStore& QAPropertyStore::operator=(const QAPropertyStore& other)
     return *this;
 }
 
+// A walk, not a recursion: a chain of inheritance is as long as the tree is
+// deep, and trees of thousands of levels are read.
 QVariant QAPropertyStore::property(const QString& key) const
 {
-    const auto found = d->values.constFind(key);
-    if (found != d->values.constEnd())
-        return found.value();
-    if (const QAPropertyStore* base = inheritOf())
-        return base->property(key);
+    for (const QAPropertyStore* store = this; store; store = store->inheritOf()) {
+        const QMap<QString, QVariant>& values = store->d->values;
+        const auto found = values.constFind(key);
+        if (found != values.constEnd())
+            return found.value();
+    }
     return QVariant();
 }
 

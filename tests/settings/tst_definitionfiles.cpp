@@ -158,12 +158,12 @@ void tst_DefinitionFiles::filtersNarrowTheMask_data()
     QTest::addColumn<QString>("fields");
     QTest::addColumn<uint>("mask");
     QTest::addColumn<int>("reports");
-    QTest::newRow("one language") << "apply = (\"C\");" << (0xFFFFFFFFu & ~0xFu | 0x1u) << 0;
+    QTest::newRow("one language") << "apply = (\"C\");" << ((0xFFFFFFFFu & ~0xFu) | 0x1u) << 0;
     QTest::newRow("a language and a node kind") << "apply = (\"C\", \"GROUP\");"
-                                                 << (0xFFFFFFFFu & ~0xFu & ~0xFFFF00u | 0x101u) << 0;
+                                                 << ((0xFFFFFFFFu & ~0xFu & ~0xFFFF00u) | 0x101u) << 0;
     QTest::newRow("unapply toggles one bit") << "unapply = (\"GROUP\");" << (0xFFFFFFFFu & ~0x100u) << 0;
     QTest::newRow("unknown filter is reported and skipped") << "apply = (\"C\", \"COBOL\");"
-                                                            << (0xFFFFFFFFu & ~0xFu | 0x1u) << 1;
+                                                            << ((0xFFFFFFFFu & ~0xFu) | 0x1u) << 1;
     QTest::newRow("no list leaves the mask") << "apply = \"C\";" << 0xFFFFFFFFu << 0;
 }
 
