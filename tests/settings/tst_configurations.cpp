@@ -295,6 +295,15 @@ void tst_Configurations::onlyOverridesAreWrittenAndRoundTrip()
     reread.init(document.documentElement());
     QCOMPARE(written(&reread), text);
     QCOMPARE(reread.children().first()->currentConfigurationName(), QStringLiteral("Release"));
+
+    // Older files keep the steps in the project's node, for all its stores.
+    QDomDocument older;
+    QVERIFY(older.setContent(QString(text).replace(QLatin1String("</current_configuration>"),
+                                                   QLatin1String("</current_configuration><execution_flag>7</execution_flag>"))));
+    QAStProject old {QPixmap()};
+    old.init(older.documentElement());
+    for (const QAStConfiguration* configuration : old.configurations())
+        QCOMPARE(configuration->property(flagKey).toInt(), 7);
 }
 
 void tst_Configurations::projectOperationsOnTheWholeTree()
@@ -322,6 +331,14 @@ void tst_Configurations::projectOperationsOnTheWholeTree()
     auto* late = new QAStNodeGroup(QStringLiteral("late"), nodes.last());
     QCOMPARE(late->configurationList(), (QStringList {"Copy", "Debug"}));
     QCOMPARE(late->executionFlag(), 5);
+
+    // Moving a node to another port drops what the former one brought.
+    late->setTDP(*QAStNode::getTDP(QStringLiteral("Plain")));
+    QCOMPARE(late->getcurrentTDP(), QAStNode::getTDP(QStringLiteral("plain")));
+    late->setTDP(*QAStNode::getTDP(QStringLiteral("refusing")));
+    QCOMPARE(late->getcurrentTDP()->name, QStringLiteral("Refusing"));
+    QCOMPARE(late->executionFlag(), 0x61C3F);
+    QCOMPARE(QAStNode::getTDPnames().size(), 2);
 
     project->removeConfiguration(QStringLiteral("Copy"));
     QCOMPARE(removed.count(), 1);
