@@ -1,6 +1,9 @@
 #include "qastdatafactory.h"
 
+#include "qastfile.h"
+#include "qastfolder.h"
 #include "qastnodegroup.h"
+#include "qastsubproject.h"
 #include "qatrace.h"
 
 #include <QDomElement>
@@ -9,7 +12,7 @@ namespace {
 
 // The codes are those of the project file's element table; a code stays with
 // its element even while other codes are unused.
-enum ClassCode { CodeGroup = 12 };
+enum ClassCode { CodeFolder = 1, CodeFile = 2, CodeGroup = 12, CodeSubProject = 13 };
 
 } // namespace
 
@@ -18,7 +21,10 @@ const QHash<QString, int>& QAStDataFactory::elementMap()
     static const QHash<QString, int> map = [] {
         warning("QAStDataFactory: initialization of map element");
         QHash<QString, int> m;
+        m.insert(QStringLiteral("folder"), CodeFolder);
+        m.insert(QStringLiteral("file"), CodeFile);
         m.insert(QStringLiteral("group"), CodeGroup);
+        m.insert(QStringLiteral("sub_project"), CodeSubProject);
         return m;
     }();
     return map;
@@ -33,8 +39,14 @@ QAStData* QAStDataFactory::create(const QDomElement& element, int version, QAStD
                                   QAStData* after)
 {
     switch (classCode(element.tagName())) {
+    case CodeFolder:
+        return new QAStFolder(element, version, parent, after);
+    case CodeFile:
+        return new QAStFile(element, version, parent, after);
     case CodeGroup:
         return new QAStNodeGroup(element, version, parent, after);
+    case CodeSubProject:
+        return new QAStSubProject(element, version, parent, after);
     default:
         break;
     }

@@ -1,15 +1,69 @@
 #include "qastproject.h"
 
 #include "qastconfiguration.h"
+#include "qastfile.h"
+#include "qastrootfolder.h"
+#include "qastsubproject.h"
 #include "qatrace.h"
+#include "studiointerface.h"
 
+#include <QApplication>
 #include <QDir>
+#include <QDomDocument>
+#include <QFileDialog>
 #include <QFileInfo>
+#include <QSaveFile>
 #include <QDomElement>
 #include <QMenu>
 #include <QTextStream>
 
 bool QAStProject::_modeBatch = false;
+
+namespace {
+
+// A wait cursor for as long as the object lives, where there is a screen.
+class WaitCursor
+{
+public:
+    WaitCursor()
+    {
+        if (qobject_cast<QApplication*>(QCoreApplication::instance()))
+            QApplication::setOverrideCursor(Qt::WaitCursor);
+    }
+    ~WaitCursor()
+    {
+        if (qobject_cast<QApplication*>(QCoreApplication::instance()))
+            QApplication::restoreOverrideCursor();
+    }
+    Q_DISABLE_COPY(WaitCursor)
+};
+
+// How a file tells what it holds, seen in its first lines.
+enum class ProjectFormat { Unreadable, Xml, Resource, Unknown };
+
+ProjectFormat projectFormat(const QString& path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return ProjectFormat::Unreadable;
+    while (!file.atEnd()) {
+        const QByteArray line = file.readLine();
+        if (line.contains("<!DOCTYPE project"))
+            return ProjectFormat::Xml;
+        if (line.contains("PROJECT = ") || line.contains("WORKSPACE = "))
+            return ProjectFormat::Resource;
+    }
+    return ProjectFormat::Unknown;
+}
+
+} // namespace
+
+QAStProject::QAStProject() : QAStProject(QPixmap()) {}
+
+QAStProject::QAStProject(const QString& path) : QAStProject(QPixmap())
+{
+    open(path);
+}
 
 QAStProject::QAStProject(const QPixmap& icon, QAStData* parent, QAStData* after)
     : QAStNodeContainer(QString(), icon, parent, after)
@@ -26,6 +80,7 @@ QAStProject::QAStProject(const QString& name, const QPixmap& icon, QAStData* par
 
 QAStProject::~QAStProject()
 {
+    delete _rootFolder;
     qDeleteAll(rootConfigurations);
 }
 
@@ -75,8 +130,340 @@ void QAStProject::storePath(const QString& path)
 void QAStProject::create(const QString& path)
 {
     storePath(path);
-    loaded = true;
+    createObjectView();
+    _loaded = true;
     modified = true;
+}
+
+int QAStProject::box(QMessageBox::Icon icon, const QString& text, QMessageBox::StandardButtons buttons,
+                     QMessageBox::StandardButton defaultButton)
+{
+    StudioInterface* studio = studioIFace();
+    if (_modeBatch || !studio) {
+        // Nobody to ask: the text still reaches the console, the answer is
+        // the one that needs no user.
+        displayMessage(MessageConsole, text + QLatin1Char('\n'), ErrorStream);
+        return defaultButton == QMessageBox::NoButton ? int(QMessageBox::Ok) : int(defaultButton);
+    }
+    return studio->messageBox(icon, studio->applicationName(), text, buttons, defaultButton);
+}
+
+// ---------------------------------------------------------------------------
+// Opening and closing
+
+bool QAStProject::open(const QString& path)
+{
+    if (_loaded)
+        close();
+    if (!QFileInfo::exists(path)) {
+        create(path);
+        return true;
+    }
+    storePath(path);
+    _loaded = false;
+    modified = false;
+    return loadProjectFile();
+}
+
+bool QAStProject::loadProjectFile()
+{
+    if (_loaded)
+        return false;
+    if (!QFileInfo::exists(path())) {
+        box(QMessageBox::Critical, tr("%1\n\nThe project file don't exist.").arg(path()));
+        return false;
+    }
+    switch (projectFormat(path())) {
+    case ProjectFormat::Unreadable:
+        box(QMessageBox::Critical, tr("%1\n\nYou don't have the read access right").arg(path()));
+        return false;
+    case ProjectFormat::Unknown:
+        box(QMessageBox::Critical, tr("%1\n\nThis file content is not a valid project file").arg(path()));
+        return false;
+    case ProjectFormat::Resource:
+        box(QMessageBox::Critical, tr("%1\n\nIt is a bad project file\n%2")
+                                       .arg(_filename, tr("Project files of the older text form are not read "
+                                                          "by this version.")));
+        return false;
+    case ProjectFormat::Xml:
+        break;
+    }
+    QFile file(path());
+    if (!file.open(QIODevice::ReadOnly)) {
+        box(QMessageBox::Critical, tr("%1\n\nUnable to read the project.\n").arg(path()));
+        return false;
+    }
+    QDomDocument document;
+    QString message;
+    int line = 0;
+    int column = 0;
+    const bool parsed = document.setContent(&file, &message, &line, &column);
+    warning("Read XML file = %s", qPrintable(path()));
+    if (!parsed) {
+        box(QMessageBox::Critical, tr("%1\n\nUnable to read the project :%2 at line #%3 column #%4")
+                                       .arg(_filename, message)
+                                       .arg(line)
+                                       .arg(column));
+        return false;
+    }
+    {
+        const QSignalBlocker blocker(this);
+        clearLastErrorString();
+        _loaded = true;
+        init(document.documentElement());
+        file.close();
+        // The name is the file's, whatever the file says inside.
+        storePath(path());
+    }
+    if (!isValid()) {
+        box(QMessageBox::Critical,
+            tr("%1\n\nIt is a bad project file.\nThe reason is:\n%2").arg(path(), lastErrorString()));
+        if (StudioInterface* studio = studioIFace())
+            studio->raiseConsole();
+        return false;
+    }
+    {
+        const QSignalBlocker blocker(this);
+        for (QAStSubProject* sub : subProjects()) {
+            if (!sub->isUnloaded())
+                sub->load();
+        }
+        warning("Project rebuilt %s", qPrintable(name()));
+        if (!isValid()) {
+            close();
+            return false;
+        }
+        createObjectView();
+        const QString objects = _directory + QDir::separator() + browseInformationFileName();
+        warning("Read info file = %s", qPrintable(objects));
+        const bool read = _rootFolder->open(objects);
+        warning("Info file read");
+        if (!read && !_modeBatch
+            && box(QMessageBox::Question,
+                   tr("%1\n\nUnable to open the project Object Information File\n"
+                      "Do you want to create it automatically?")
+                       .arg(_filename),
+                   QMessageBox::Yes | QMessageBox::No, QMessageBox::Yes)
+                == QMessageBox::Yes)
+            _rootFolder->normalize();
+        setCurrentConfiguration(_currentConfiguration);
+    }
+    {
+        const QSignalBlocker blocker(this);
+        _loaded = true;
+        clearModifiedFlags();
+        const QList<QAStSubProject*> subs = subProjects();
+        for (QAStSubProject* sub : subs) {
+            if (sub->QAStData::parent() == this) {
+                setCurrentConfiguration(sub->currentConfigurationName());
+                break;
+            }
+        }
+    }
+    if (auto* top = qobject_cast<QAStProject*>(rootProject()))
+        emit top->loaded(this);
+    return true;
+}
+
+QList<QAStSubProject*> QAStProject::subProjects() const
+{
+    QList<QAStSubProject*> subs;
+    for (QAStData* data : childrenOfClass("QAStSubProject", true)) {
+        QAStData* holder = data->QAStData::parent();
+        if (holder && holder->project() == this)
+            subs.append(static_cast<QAStSubProject*>(data));
+    }
+    return subs;
+}
+
+void QAStProject::close()
+{
+    if (!_loaded)
+        return;
+    {
+        const QSignalBlocker blocker(this);
+        for (QAStSubProject* sub : subProjects()) {
+            sub->close();
+            if (sub->isLoaded())
+                return;
+        }
+    }
+    if (auto* top = qobject_cast<QAStProject*>(rootProject()))
+        emit top->unloaded(this);
+    const QSignalBlocker blocker(this);
+    delete _rootFolder;
+    removeAllConfigurations();
+    deleteChildren();
+    qDeleteAll(rootConfigurations);
+    rootConfigurations.clear();
+    _loaded = false;
+}
+
+void QAStProject::reload()
+{
+    if (isModified())
+        save();
+    const QString current = path();
+    close();
+    open(current);
+}
+
+QAStRootFolder* QAStProject::rootFolder() const
+{
+    return _rootFolder;
+}
+
+void QAStProject::createObjectView()
+{
+    if (!_rootFolder)
+        _rootFolder = new QAStRootFolder(this);
+}
+
+// ---------------------------------------------------------------------------
+// Saving
+
+bool QAStProject::isTemplate() const
+{
+    return _loaded && QFileInfo(path()).suffix() == QLatin1String("vmpl");
+}
+
+void QAStProject::save()
+{
+    if (!_loaded)
+        return;
+    if (isTemplate()) {
+        saveAs();
+        return;
+    }
+    saveProcess();
+}
+
+void QAStProject::reportWriteFailure(const QString& path)
+{
+    box(QMessageBox::Warning, tr("%1: unable to open the file in write mode").arg(path));
+}
+
+// Both files are written beside their targets and take their places only
+// when complete: a full disk or a lost right leaves the former files whole.
+bool QAStProject::saveProcess()
+{
+    QSaveFile file(path());
+    bool saved = file.open(QIODevice::WriteOnly);
+    if (saved) {
+        WaitCursor wait;
+        QTextStream stream(&file);
+        stream.setEncoding(QStringConverter::Utf8);
+        QAStProject::write(stream, 0);
+        stream.flush();
+        saved = stream.status() == QTextStream::Ok && file.commit();
+    }
+    if (!saved) {
+        file.cancelWriting();
+        reportWriteFailure(path());
+        return false;
+    }
+    if (_rootFolder && !_rootFolder->save(_directory + QDir::separator() + browseInformationFileName()))
+        saved = false;
+    for (QAStSubProject* sub : subProjects()) {
+        if (sub->QAStData::parent() == this || sub->QAStData::parent()->project() == this)
+            saved = sub->saveProcess() && saved;
+    }
+    if (saved)
+        clearModifiedFlags();
+    return saved;
+}
+
+void QAStProject::clearModifiedFlags()
+{
+    for (QAStData* data : childrenOfClass("QAStData", true)) {
+        if (data->project() == this || data->QAStData::parent()->project() == this)
+            data->setModified(false);
+    }
+    if (_rootFolder) {
+        _rootFolder->setModified(false);
+        for (QAStData* data : _rootFolder->childrenOfClass("QAStData", true))
+            data->setModified(false);
+    }
+    modified = false;
+}
+
+bool QAStProject::saveAs(const QString& newPath, const QString& extension)
+{
+    if (!_loaded)
+        return false;
+    WaitCursor wait;
+    const QFileInfo info(newPath);
+    const QString target = info.suffix() == extension ? info.filePath() : info.filePath() + QLatin1Char('.') + extension;
+    // File keys are relative to the project's directory: they follow it.
+    const QString newDirectory = QDir::cleanPath(info.absolutePath());
+    if (_rootFolder) {
+        for (QAStFile* known : _rootFolder->files())
+            known->changeFileKey(QDir(newDirectory).relativeFilePath(known->absolutePath()));
+    }
+    storePath(target);
+    if (_rootFolder) {
+        _rootFolder->setRenameable(true);
+        _rootFolder->setName(name());
+        _rootFolder->setRenameable(false);
+    }
+    const bool saved = saveProcess();
+    QDir::setCurrent(_directory);
+    return saved;
+}
+
+void QAStProject::saveAsDialog(const QString& title, const QString& extension)
+{
+    if (!_loaded)
+        return;
+    const QString start = QFileInfo(_directory).isWritable() ? _directory : QDir::homePath();
+    QFileDialog dialog(mainWindow(), title, start, tr("Project") + QStringLiteral(" (*.%1)").arg(extension));
+    dialog.setObjectName(QStringLiteral("save file dialog"));
+    dialog.setAcceptMode(QFileDialog::AcceptSave);
+    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
+        return;
+    const QString chosen = dialog.selectedFiles().first();
+    if (!chosen.isEmpty())
+        saveAs(chosen, extension);
+}
+
+void QAStProject::saveAs()
+{
+    saveAsDialog(tr("Save project As"), QStringLiteral("vmp"));
+}
+
+void QAStProject::saveAsTemplate()
+{
+    saveAsDialog(tr("Save project template As"), QStringLiteral("vmpl"));
+}
+
+// ---------------------------------------------------------------------------
+// Files and sub-projects
+
+QList<QAStFile*> QAStProject::files() const
+{
+    return _rootFolder ? _rootFolder->files() : QList<QAStFile*>();
+}
+
+QAStFile* QAStProject::file(const QString& filePath)
+{
+    return _rootFolder ? _rootFolder->isIn(determineRelativePathFile(filePath)) : nullptr;
+}
+
+QAStFile* QAStProject::addFile(const QString& key)
+{
+    return _rootFolder ? _rootFolder->addFile(key, false) : nullptr;
+}
+
+QList<QAStFile*> QAStProject::addFiles(const QStringList& keys)
+{
+    return _rootFolder ? _rootFolder->addFiles(keys, false) : QList<QAStFile*>();
+}
+
+QAStSubProject* QAStProject::addSubProject(const QString& subPath)
+{
+    auto* sub = new QAStSubProject(subPath, this, nullptr);
+    modified = true;
+    return sub;
 }
 
 // ---------------------------------------------------------------------------
@@ -100,7 +487,7 @@ QAStConfiguration* QAStProject::inheritConfiguration(const QAStConfiguration* co
 
 QAStConfiguration* QAStProject::addConfiguration(const QString& name)
 {
-    if (!loaded)
+    if (!_loaded)
         return nullptr;
     if (QAStConfiguration* existing = configuration(name)) {
         warning("CONFIGURATION %s already exists", qPrintable(name));
@@ -120,7 +507,7 @@ QAStConfiguration* QAStProject::addConfiguration(const QString& name)
 
 QAStConfiguration* QAStProject::dupConfiguration(const QString& from, const QString& to)
 {
-    if (!loaded)
+    if (!_loaded)
         return nullptr;
     if (!configuration(from)) {
         warning("CONFIGURATION %s not exists", qPrintable(from));
@@ -146,7 +533,7 @@ QAStConfiguration* QAStProject::dupConfiguration(const QString& from, const QStr
 
 void QAStProject::removeConfiguration(const QString& name)
 {
-    if (!loaded)
+    if (!_loaded)
         return;
     emit configurationWillBeRemoved(name);
     const bool blocked = blockSignals(true);
@@ -169,7 +556,7 @@ void QAStProject::init(const QDomElement& projectElement)
     if (!CHECK_TAG(versionElement, "version_file"))
         return;
     const int version = xmlValueToInt(versionElement.text());
-    loaded = true;
+    _loaded = true;
     // "plugin_list" of older files names nothing that is needed now.
 
     const QDomElement group = projectElement.firstChild().toElement();

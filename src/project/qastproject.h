@@ -3,6 +3,12 @@
 #include "qastnodecontainer.h"
 
 #include <QMap>
+#include <QMessageBox>
+#include <QPointer>
+
+class QAStFile;
+class QAStSubProject;
+class QAStRootFolder;
 
 /// The root node of a tree, and the document that holds it.
 ///
@@ -16,6 +22,9 @@ public:
     /// How the explorer orders the children; 1 unless the file says otherwise.
     using Method = int;
 
+    QAStProject();
+    /// Opens the project file at \a path at once.
+    explicit QAStProject(const QString& path);
     explicit QAStProject(const QPixmap& icon, QAStData* parent = nullptr, QAStData* after = nullptr);
     QAStProject(const QString& name, const QPixmap& icon, QAStData* parent = nullptr,
                 QAStData* after = nullptr);
@@ -32,12 +41,38 @@ public:
     QAStConfiguration* inheritConfiguration(const QAStConfiguration* config) override;
     QAStConfiguration* dupConfiguration(const QString& from, const QString& to) override;
 
+    /// Opens \a path, or makes a new project there when it does not exist;
+    /// true when the project is usable.
+    virtual bool open(const QString& path);
+    /// Reads the file of path() into this unloaded project.
+    virtual bool loadProjectFile();
+
     /// Makes a new project document at \a path; nothing is written until a
     /// save.
     void create(const QString& path);
-    bool isLoaded() const { return loaded; }
+    void close();
+    /// Writes the project file and the objects file, each whole or not at
+    /// all; false, with the project still modified, when one could not be
+    /// written.
+    bool saveProcess();
+    /// Saves under a new path; the file references follow to stay valid.
+    bool saveAs(const QString& path, const QString& extension);
+    bool isLoaded() const { return _loaded; }
+    bool isTemplate() const;
     QString path() const;
     QString filename() const { return _filename; }
+    /// The objects file's name, beside the project file.
+    QString browseInformationFileName() const { return name() + QStringLiteral(".inf"); }
+    void createObjectView();
+    QAStRootFolder* rootFolder() const;
+
+    QList<QAStFile*> files() const;
+    /// The file of that key or path, or null.
+    QAStFile* file(const QString& path);
+    QAStFile* addFile(const QString& key);
+    QList<QAStFile*> addFiles(const QStringList& keys);
+    /// Puts the project file \a path in this project as a sub-project.
+    QAStSubProject* addSubProject(const QString& path);
 
     /// The complete configuration of \a name that node configurations
     /// inherit from, or null.
@@ -59,15 +94,39 @@ public:
     static bool modeBatch() { return _modeBatch; }
     static void setModeBatch(bool batch) { _modeBatch = batch; }
 
-private:
-    void initGlobal();
-    void readInitialConfigurations(const QDomElement& list, int version);
+signals:
+    void loaded(QAStProject* project);
+    void unloaded(QAStProject* project);
+
+public slots:
+    virtual void save();
+    virtual void saveAs();
+    virtual void saveAsTemplate();
+    virtual void reload();
+
+protected:
+    virtual void initGlobal();
+    /// Tells the user that \a path could not be written.
+    virtual void reportWriteFailure(const QString& path);
+    /// A box with the application's name as its title; none in batch mode.
+    int box(QMessageBox::Icon icon, const QString& text,
+            QMessageBox::StandardButtons buttons = QMessageBox::Ok,
+            QMessageBox::StandardButton defaultButton = QMessageBox::NoButton);
     void storePath(const QString& path);
+    /// The sub-projects that stand in this project's own tree.
+    QList<QAStSubProject*> subProjects() const;
+
+    bool _loaded = false;
+
+private:
+    void readInitialConfigurations(const QDomElement& list, int version);
+    void saveAsDialog(const QString& title, const QString& extension);
+    void clearModifiedFlags();
 
     QMap<QString, QAStConfiguration*> rootConfigurations;
+    QPointer<QAStRootFolder> _rootFolder;
     QString _directory;
     QString _filename;
-    bool loaded = false;
     Method _sortMethod = 1;
 
     static bool _modeBatch;
