@@ -364,8 +364,9 @@ bool QAStProject::saveProcess()
     }
     if (_rootFolder && !_rootFolder->save(_directory + QDir::separator() + browseInformationFileName()))
         saved = false;
+    // A closed sub-project holds no tree: its file stays as it is.
     for (QAStSubProject* sub : subProjects()) {
-        if (sub->QAStData::parent() == this || sub->QAStData::parent()->project() == this)
+        if (sub->isLoaded())
             saved = sub->saveProcess() && saved;
     }
     if (saved)

@@ -117,6 +117,11 @@ void QAStRootFolder::init(const QDomElement& element)
     const QDomElement folder = element.firstChild().toElement();
     if (!CHECK_TAG(folder, "folder"))
         return;
+    // The root's own data are kept too, all but its name: that is the
+    // project's, whatever the file says.
+    QAStData::init(folder.firstChild().toElement(), xmlValueToInt(version.text()));
+    renameable = true;
+    setName(_project ? _project->name() : name());
     QAStFolder::init(folder, xmlValueToInt(version.text()));
     modified = false;
 }
