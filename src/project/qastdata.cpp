@@ -528,9 +528,11 @@ QList<QAStData*> QAStData::childrenOfClass(const char* className, bool recursive
 
 QAStData* QAStData::parentOfClass(const char* className)
 {
+    // Asked through parent(): the top of a file tree stands outside the node
+    // tree and answers its project as its parent.
     if (!className)
-        return _parent;
-    for (QAStData* ancestor = _parent; ancestor; ancestor = ancestor->_parent) {
+        return parent();
+    for (QAStData* ancestor = parent(); ancestor; ancestor = ancestor->parent()) {
         if (ancestor->inherits(className))
             return ancestor;
     }

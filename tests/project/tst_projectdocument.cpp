@@ -4,12 +4,16 @@
 #include "qastnodegroup.h"
 #include "qastproject.h"
 #include "qastrootfolder.h"
+#include "qastprojectpref.h"
 #include "qastsubproject.h"
+#include "qasttargetpackage.h"
+#include "qasttargetpackagelist.h"
 #include "recordinghost.h"
 #include "testdata.h"
 
 #include <QCryptographicHash>
 #include <QDirIterator>
+#include <QProcess>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
@@ -74,6 +78,7 @@ private slots:
     void aFailedSaveLeavesTheFormerFile();
     void badFilesChangeNothing_data();
     void badFilesChangeNothing();
+    void theFirstExampleOpens();
     void filesGoToTheFolderThatAcceptsThem_data();
     void filesGoToTheFolderThatAcceptsThem();
 
@@ -85,6 +90,8 @@ private:
 void tst_ProjectDocument::initTestCase()
 {
     QAStData::initialize(&host);
+    QAStData::preferences()->setValue(QStringLiteral("tdpDirectories"), QStringList(host.targetDir()));
+    QVERIFY(QAStTargetPackageList::initialize(&host));
     QVERIFY(QAStConfiguration::initialize(&host));
 }
 
@@ -296,6 +303,29 @@ void tst_ProjectDocument::badFilesChangeNothing()
     if (opened)
         QCOMPARE(bad.rootFolder()->folders().size(), 3);
     QCOMPARE(snapshot(dir.path()), before);
+}
+
+void tst_ProjectDocument::theFirstExampleOpens()
+{
+    QVERIFY(QProcess::execute(QStringLiteral("cp"), {QStringLiteral("-r"), QStringLiteral(SDK_EXAMPLES_DIR "/first"),
+                                                     dir.path()}) == 0);
+    QAStProject example(dir.filePath(QStringLiteral("first/first.vmp")));
+    QVERIFY(example.isLoaded());
+    QCOMPARE(example.configurationList(), (QStringList {"Native C", "Native C++"}));
+    auto* queue = static_cast<QAStNode*>(example.findNode(QStringLiteral("Unit tests.Queue")));
+    QVERIFY(queue);
+    QCOMPARE(queue->currentConfiguration()->property("cflags").toString(), QStringLiteral("-Wall -Wextra"));
+    QAStTargetPackage* port = queue->getcurrentTDP();
+    QVERIFY(port);
+    QCOMPARE(port->directory, QStringLiteral("gnu_c_native"));
+    // The port's place is the installation's, not the one the file names.
+    QCOMPARE(example.initialConfiguration(QStringLiteral("Native C"))->property("targetFullPath").toString(),
+             port->fullPath);
+    auto* library = qobject_cast<QAStSubProject*>(example.findNode(QStringLiteral("library")));
+    QVERIFY(library && library->isLoaded());
+    QCOMPARE(childNames(library), (QStringList {"Parser", "Printer"}));
+    QCOMPARE(example.files().size(), 3);
+    QCOMPARE(library->files().size(), 2);
 }
 
 void tst_ProjectDocument::filesGoToTheFolderThatAcceptsThem_data()
