@@ -5,6 +5,11 @@
 
 #include "qastnodegroup.h"
 #include "qastproject.h"
+#include "qastrootfolder.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
 
 #include <QDomDocument>
 #include <QElapsedTimer>
@@ -82,6 +87,64 @@ void BM_LoadAndSave10000Nodes(benchmark::State& state)
     state.counters["file_kB"] = static_cast<double>(text.toUtf8().size()) / 1024.0;
 }
 BENCHMARK(BM_LoadAndSave10000Nodes)->Unit(benchmark::kMillisecond)->Iterations(5);
+
+// The document on disk: a project file of 10,000 groups and an objects file
+// of 5,000 files in a few folders, opened and saved as a user does.
+void BM_OpenAndSaveDocument(benchmark::State& state)
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("bench.vmp"));
+    QAStProject::setModeBatch(true);
+    {
+        QAStProject project(path);
+        QList<QAStNodeContainer*> holders {&project};
+        quint32 random = 12345;
+        for (int i = 0; i < 10000; ++i) {
+            random = random * 1103515245u + 12345u;
+            QAStNodeContainer* parent = holders.at((random >> 8) % holders.size());
+            holders.append(new QAStNodeGroup(QStringLiteral("node %1").arg(i), parent, parent->last()));
+        }
+        QStringList keys;
+        for (int i = 0; i < 5000; ++i)
+            keys << QStringLiteral("src/module%1/file%2.%3").arg(i % 50).arg(i).arg(i % 3 ? "c" : "h");
+        project.rootFolder()->addFiles(keys, true);
+        if (!project.saveProcess())
+            state.SkipWithError("the project could not be written");
+    }
+    auto readAll = [](const QString& file) {
+        QFile in(file);
+        in.open(QIODevice::ReadOnly);
+        return in.readAll();
+    };
+    double parseMs = 0, openMs = 0, saveMs = 0;
+    for (auto _ : state) {
+        QElapsedTimer timer;
+        timer.start();
+        {
+            QDomDocument project;
+            QDomDocument objects;
+            benchmark::DoNotOptimize(project.setContent(readAll(path)));
+            benchmark::DoNotOptimize(objects.setContent(readAll(dir.filePath(QStringLiteral("bench.inf")))));
+            parseMs += elapsedMs(timer);
+        }
+        timer.start();
+        QAStProject project(path);
+        openMs += elapsedMs(timer);
+        if (project.files().size() != 5000)
+            state.SkipWithError("the objects file did not come back whole");
+        project.setModified(true);
+        timer.start();
+        project.saveProcess();
+        saveMs += elapsedMs(timer);
+    }
+    const double n = static_cast<double>(state.iterations());
+    state.counters["parse_both_ms"] = parseMs / n;
+    state.counters["open_ms"] = openMs / n;
+    state.counters["save_ms"] = saveMs / n;
+    state.counters["open/parse"] = openMs / parseMs;
+    state.counters["save/parse"] = saveMs / parseMs;
+}
+BENCHMARK(BM_OpenAndSaveDocument)->Unit(benchmark::kMillisecond)->Iterations(3);
 
 } // namespace
 
