@@ -28,15 +28,6 @@ void writeFile(const QString& path, const QByteArray& text)
     file.write(text);
 }
 
-QString written(QAStData* data)
-{
-    QString text;
-    QTextStream stream(&text);
-    data->write(stream, 0);
-    stream.flush();
-    return text;
-}
-
 // The first leaf of the description whose kind is \a type, outside the
 // settings that a port sets by name.
 QAProperty* leafOfKind(QAProperty* property, int type)
@@ -280,7 +271,7 @@ void tst_Configurations::onlyOverridesAreWrittenAndRoundTrip()
     project->addConfiguration(QStringLiteral("Release"));
     project->initialConfiguration(QStringLiteral("Release"))->init(*QAStNode::getTDP(QStringLiteral("plain")));
     project->setCurrentConfiguration(QStringLiteral("Release"));
-    const QString text = written(project);
+    const QString text = project->toString();
     // The node store that overrides two settings writes just those.
     static const QRegularExpression overrides(QStringLiteral(
         "<configuration>\\s*<name>Debug</name>\\s*<cflags>[^<]*</cflags>\\s*"
@@ -293,7 +284,7 @@ void tst_Configurations::onlyOverridesAreWrittenAndRoundTrip()
                                                       QLatin1String("<name>Debug</name><unknownKey>1</unknownKey>"))));
     QAStProject reread {QPixmap()};
     reread.init(document.documentElement());
-    QCOMPARE(written(&reread), text);
+    QCOMPARE(reread.toString(), text);
     QCOMPARE(reread.children().first()->currentConfigurationName(), QStringLiteral("Release"));
 
     // Older files keep the steps in the project's node, for all its stores.
