@@ -395,13 +395,15 @@ bool QAStProject::saveAs(const QString& newPath, const QString& extension)
     WaitCursor wait;
     const QFileInfo info(newPath);
     const QString target = info.suffix() == extension ? info.filePath() : info.filePath() + QLatin1Char('.') + extension;
-    // File keys are relative to the project's directory: they follow it.
-    const QString newDirectory = QDir::cleanPath(info.absolutePath());
-    if (_rootFolder) {
-        for (QAStFile* known : _rootFolder->files())
-            known->changeFileKey(QDir(newDirectory).relativeFilePath(known->absolutePath()));
-    }
+    // File keys are relative to the project's directory: they follow it and
+    // keep naming the same files.
+    const QList<QAStFile*> known = files();
+    QStringList absolute;
+    for (const QAStFile* file : known)
+        absolute << file->absolutePath();
     storePath(target);
+    for (int i = 0; i < known.size(); ++i)
+        known.at(i)->changeFileKey(QDir(_directory).relativeFilePath(absolute.at(i)));
     if (_rootFolder) {
         _rootFolder->setRenameable(true);
         _rootFolder->setName(name());

@@ -78,6 +78,7 @@ private slots:
     void aFailedSaveLeavesTheFormerFile();
     void badFilesChangeNothing_data();
     void badFilesChangeNothing();
+    void saveAsMovesTheKeysAlong();
     void theFirstExampleOpens();
     void filesGoToTheFolderThatAcceptsThem_data();
     void filesGoToTheFolderThatAcceptsThem();
@@ -303,6 +304,20 @@ void tst_ProjectDocument::badFilesChangeNothing()
     if (opened)
         QCOMPARE(bad.rootFolder()->folders().size(), 3);
     QCOMPARE(snapshot(dir.path()), before);
+}
+
+void tst_ProjectDocument::saveAsMovesTheKeysAlong()
+{
+    QVERIFY(QDir().mkpath(dir.filePath(QStringLiteral("moved"))));
+    QAStProject project(dir.filePath(QStringLiteral("origin.vmp")));
+    QAStFile* file = project.addFile(QStringLiteral("src/a.c"));
+    const QString target = file->absolutePath();
+    QVERIFY(project.saveAs(dir.filePath(QStringLiteral("moved/x.foo")), QStringLiteral("vmp")));
+    QVERIFY(QFile::exists(dir.filePath(QStringLiteral("moved/x.foo.vmp"))));
+    QCOMPARE(project.name(), QStringLiteral("x.foo"));
+    QCOMPARE(file->absolutePath(), target);
+    QCOMPARE(file->fileKey(), QStringLiteral("../src/a.c"));
+    QVERIFY(!project.isModified());
 }
 
 void tst_ProjectDocument::theFirstExampleOpens()
