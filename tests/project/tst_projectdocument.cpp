@@ -207,6 +207,10 @@ void tst_ProjectDocument::subProjectsThreeDeepRoundTrip()
     auto* node = static_cast<QAStNode*>(cGroup);
     QCOMPARE(node->currentConfiguration()->property("cflags").toString(), QStringLiteral("c"));
     QCOMPARE(node->currentConfiguration()->property("computerPort").toInt(), 10000);
+    // A value set on the holding project shows through three sub-projects.
+    again.configuration(QStringLiteral("Debug"))->setProperty(QStringLiteral("ldflags"), QStringLiteral("-lm"));
+    QCOMPARE(node->currentConfiguration()->property("ldflags").toString(), QStringLiteral("-lm"));
+    again.configuration(QStringLiteral("Debug"))->unsetProperty(QStringLiteral("ldflags"));
     QCOMPARE(a->files().size(), 1);
     // Saved again, every file is written byte for byte as before.
     QVERIFY(again.saveProcess());

@@ -1,5 +1,7 @@
 #include "qaproperty.h"
 #include "qapropertymapgroup.h"
+#include "qapropertypathbox.h"
+#include "qapropertypathitem.h"
 #include "qastconfiguration.h"
 #include "qastnodegroup.h"
 #include "qastprojectpref.h"
@@ -68,6 +70,7 @@ private slots:
     void onlyOverridesAreWrittenAndRoundTrip();
     void projectOperationsOnTheWholeTree();
     void duplicatingSharesTheValues();
+    void pathsStartInTheProjectDirectory();
 
 private:
     /// A project with a chain of groups below it, \a depth deep.
@@ -358,6 +361,30 @@ void tst_Configurations::duplicatingSharesTheValues()
     // The copy is a copy: writing it leaves the original alone.
     nodes.last()->configuration(QStringLiteral("Copy"))->setProperty(QStringLiteral("ge_incdir"), QStringList());
     QCOMPARE(nodes.last()->configuration(QStringLiteral("Debug"))->property("ge_incdir").toStringList().size(), 1000);
+}
+
+void tst_Configurations::pathsStartInTheProjectDirectory()
+{
+    QAStNode* leaf = chain(2).last();
+    QAPropertyMapGroup* descriptor = QAStConfiguration::propertyDescriptor();
+    descriptor->setPropertyStore(leaf->currentConfiguration());
+    for (int type : {int(QAProperty::StringType), int(QAProperty::StringListType)}) {
+        QAProperty* leafOfPaths = nullptr;
+        QList<QAProperty*> pending {descriptor};
+        while (!pending.isEmpty() && !leafOfPaths) {
+            QAProperty* property = pending.takeFirst();
+            if (property->isGroup())
+                pending << static_cast<QAPropertyGroup*>(property)->children();
+            else if (property->type() == type && dynamic_cast<QAPropertyPathItem*>(property))
+                leafOfPaths = property;
+            else if (property->type() == type && dynamic_cast<QAPropertyPathBox*>(property))
+                leafOfPaths = property;
+        }
+        QVERIFY(leafOfPaths);
+        const QString base = type == QAProperty::StringType ? static_cast<QAPropertyPathItem*>(leafOfPaths)->basePath()
+                                                           : static_cast<QAPropertyPathBox*>(leafOfPaths)->basePath();
+        QCOMPARE(base, QDir::temp().path());
+    }
 }
 
 QTEST_MAIN(tst_Configurations)
