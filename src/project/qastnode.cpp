@@ -2,6 +2,7 @@
 
 #include "qafileutil.h"
 #include "qastconfiguration.h"
+#include "qastproject.h"
 #include "qasttargetpackage.h"
 #include "qasttargetpackagelist.h"
 #include "qaprocess.h"
@@ -732,11 +733,16 @@ void QAStNode::clean()
 void QAStNode::deleteOutFileNames()
 {
     const QString prefix = _hashCode(_currentConfiguration);
+    auto* owner = qobject_cast<QAStProject*>(project());
     for (auto it = outFileNamesMap.constBegin(); it != outFileNamesMap.constEnd(); ++it) {
         if (!it.key().startsWith(prefix))
             continue;
         for (const QString& path : it.value()) {
             const QString absolute = determineAbsolutePathFile(path);
+            // A script may report a file the user keeps, a source most of
+            // all: what the project knows is never removed by a clean.
+            if (owner && owner->file(absolute))
+                continue;
             const QFileInfo info(absolute);
             if (info.isDir() && !info.isSymLink())
                 QAFileUtil::removeDirectory(absolute);

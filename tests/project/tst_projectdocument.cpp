@@ -79,6 +79,7 @@ private slots:
     void badFilesChangeNothing_data();
     void badFilesChangeNothing();
     void saveAsMovesTheKeysAlong();
+    void cleanSparesTheProjectsFiles();
     void theFirstExampleOpens();
     void filesGoToTheFolderThatAcceptsThem_data();
     void filesGoToTheFolderThatAcceptsThem();
@@ -322,6 +323,19 @@ void tst_ProjectDocument::saveAsMovesTheKeysAlong()
     QCOMPARE(file->absolutePath(), target);
     QCOMPARE(file->fileKey(), QStringLiteral("../src/a.c"));
     QVERIFY(!project.isModified());
+}
+
+void tst_ProjectDocument::cleanSparesTheProjectsFiles()
+{
+    QAStProject project(dir.filePath(QStringLiteral("clean.vmp")));
+    project.addFile(QStringLiteral("kept.c"));
+    writeFile(dir.filePath(QStringLiteral("kept.c")), "int x;\n");
+    writeFile(dir.filePath(QStringLiteral("made.o")), "object");
+    auto* group = new QAStNodeGroup(QStringLiteral("g"), &project);
+    group->addOutFileName(QStringLiteral("OBJ"), {dir.filePath(QStringLiteral("kept.c")), dir.filePath(QStringLiteral("made.o"))});
+    group->clean();
+    QVERIFY(QFile::exists(dir.filePath(QStringLiteral("kept.c"))));
+    QVERIFY(!QFile::exists(dir.filePath(QStringLiteral("made.o"))));
 }
 
 void tst_ProjectDocument::theFirstExampleOpens()
