@@ -733,12 +733,19 @@ void QAStNode::clean()
 void QAStNode::deleteOutFileNames()
 {
     const QString prefix = _hashCode(_currentConfiguration);
-    auto* owner = qobject_cast<QAStProject*>(project());
+    // Looked up only by a node that has files to delete: a clean walks every
+    // node, and the way up to the project is as long as the tree is deep.
+    QAStProject* owner = nullptr;
+    bool ownerKnown = false;
     for (auto it = outFileNamesMap.constBegin(); it != outFileNamesMap.constEnd(); ++it) {
         if (!it.key().startsWith(prefix))
             continue;
         for (const QString& path : it.value()) {
             const QString absolute = determineAbsolutePathFile(path);
+            if (!ownerKnown) {
+                owner = qobject_cast<QAStProject*>(project());
+                ownerKnown = true;
+            }
             // A script may report a file the user keeps, a source most of
             // all: what the project knows is never removed by a clean.
             if (owner && owner->file(absolute))
