@@ -40,12 +40,17 @@ QAStData* QAStRootFolder::root()
 
 // The standing folders are looked for by title anywhere below: one the user
 // moved stays where it is; one the user renamed is made again.
-QAStFolder* QAStRootFolder::standingFolder(const char* title, const char* filters, bool atHead)
+QAStFolder* QAStRootFolder::standingFolder(const char* title, const char* filters, Place place)
 {
     const QString research = tr(title, "Research Title");
     if (QAStData* found = searchChildOfClass(research, "QAStFolder", true))
         return static_cast<QAStFolder*>(found);
-    auto* folder = new QAStFolder(tr(title, "Folder Title"), this, atHead ? nullptr : last());
+    QAStData* after = nullptr;
+    if (place == AtEnd)
+        after = last();
+    else if (place == BehindScripts)
+        after = scriptFolder();
+    auto* folder = new QAStFolder(tr(title, "Folder Title"), this, after);
     if (filters)
         folder->setFilters(QString::fromLatin1(filters));
     return folder;
@@ -53,7 +58,7 @@ QAStFolder* QAStRootFolder::standingFolder(const char* title, const char* filter
 
 QAStFolder* QAStRootFolder::dependencyFolder()
 {
-    QAStFolder* folder = standingFolder("Dependencies", nullptr, false);
+    QAStFolder* folder = standingFolder("Dependencies", nullptr, AtEnd);
     // The tag pass fills it; the user may neither drop nor rename it.
     folder->setDeletable(false);
     folder->setRenameable(false);
@@ -62,18 +67,14 @@ QAStFolder* QAStRootFolder::dependencyFolder()
 
 QAStFolder* QAStRootFolder::scriptFolder()
 {
-    return standingFolder("Scripts", "*.ptu;*.pts;*.otd;*.otc;*.dcl;*.stb;*.spv", true);
+    return standingFolder("Scripts", "*.ptu;*.pts;*.otd;*.otc;*.dcl;*.stb;*.spv", AtHead);
 }
 
+// Directly behind the scripts: a file that fits both is a script.
 QAStFolder* QAStRootFolder::sourceFolder()
 {
-    // Directly behind the scripts: a file that fits both is a script.
-    const QString research = tr("Sources", "Research Title");
-    if (QAStData* found = searchChildOfClass(research, "QAStFolder", true))
-        return static_cast<QAStFolder*>(found);
-    auto* folder = new QAStFolder(tr("Sources", "Folder Title"), this, scriptFolder());
-    folder->setFilters(QStringLiteral("*.h;*.hxx;*.c;*.cpp;*.cxx;*.cc;*.java;*.ada;*.adb;*.ads;*.spv;*.mat;*.mdl;*.rc;*"));
-    return folder;
+    return standingFolder("Sources", "*.h;*.hxx;*.c;*.cpp;*.cxx;*.cc;*.java;*.ada;*.adb;*.ads;*.spv;*.mat;*.mdl;*.rc;*",
+                          BehindScripts);
 }
 
 void QAStRootFolder::initGlobal()

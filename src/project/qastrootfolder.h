@@ -43,7 +43,8 @@ public slots:
 
 private:
     void initGlobal();
-    QAStFolder* standingFolder(const char* title, const char* filters, bool atHead);
+    enum Place { AtHead, AtEnd, BehindScripts };
+    QAStFolder* standingFolder(const char* title, const char* filters, Place place);
 
     QAStProject* _project;
     bool opened = false;
