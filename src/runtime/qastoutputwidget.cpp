@@ -2,6 +2,7 @@
 
 #include "qastanalysemsg.h"
 #include "qastdata.h"
+#include "qatrace.h"
 #include "qaviewerfinddialog.h"
 
 #include <QContextMenuEvent>
@@ -199,6 +200,8 @@ void QAStOutputWidget::openSource(const QString& line)
     QAStAnalyseMsg message;
     if (message.analyze(line))
         QAStData::editFile(message.file, message.line);
+    else
+        warning("QAStOutputWidget: no file in \"%s\"", line.toLocal8Bit().constData());
 }
 
 bool QAStOutputWidget::selectionInOneParagraph() const

@@ -5,6 +5,7 @@
 #include "qastnode.h"
 #include "qasttargetpackage.h"
 #include "qasttargetpackagelist.h"
+#include "qatrace.h"
 #include "studiointerface.h"
 
 #include <QTreeWidgetItem>
@@ -132,4 +133,6 @@ void QAStPrjMacroAnalyse::errorHandle(const QString& message)
     QAILogMonitor* console = _studio ? _studio->console(QAStData::BuildConsole) : nullptr;
     if (console)
         console->log(message + QLatin1Char('\n'));
+    else
+        warning("QAStPrjMacroAnalyse: %s", message.toLocal8Bit().constData());
 }
