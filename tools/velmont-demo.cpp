@@ -2,7 +2,7 @@
 // the whole project with the scripts of the reference installation, prints
 // what the scripts printed and the statuses, and writes the project back.
 
-#include "qailogmonitor.h"
+#include "qalogconsole.h"
 #include "qastdata.h"
 #include "qastproject.h"
 #include "studiointerface.h"
@@ -17,30 +17,6 @@
 #include <cstdio>
 
 namespace {
-
-class StreamConsole : public QAILogMonitor
-{
-public:
-    explicit StreamConsole(FILE* error) : errorStream(error) {}
-    void log(const QString& text) override { write(stdout, text); }
-    void error(const QString& text) override
-    {
-        ++errors;
-        write(errorStream, text);
-    }
-    int errorCount() const override { return errors; }
-    void resetError() override { errors = 0; }
-
-private:
-    static void write(FILE* stream, const QString& text)
-    {
-        for (const QString& line : text.split(QLatin1Char('\n'), Qt::SkipEmptyParts))
-            std::fprintf(stream, "  | %s\n", line.toLocal8Bit().constData());
-        std::fflush(stream);
-    }
-    FILE* errorStream;
-    int errors = 0;
-};
 
 class DemoHost : public StudioInterface
 {
@@ -62,12 +38,14 @@ public:
         return {binaryDir() + QStringLiteral("/Velmontperl"), QStringLiteral("-I"),
                 install + QStringLiteral("/lib/perl")};
     }
+    // Scripts speak through the batch console: their output goes to standard
+    // output, their errors to standard error, as they wrote them.
     QAILogMonitor* console(int) override { return &out; }
     QString applicationName() override { return QStringLiteral("velmont-demo"); }
 
 private:
     QString install;
-    StreamConsole out {stdout};
+    QALogConsole out;
 };
 
 const char* statusName(int status)

@@ -4,8 +4,10 @@
 
 #include <QString>
 
-/// The small logging interface behind every console end: a console pane, the
-/// standard streams of a batch run, or message boxes.
+/// The small logging interface behind every console end: the console pane
+/// (QAStOutputWidget), the standard streams of a batch run (QALogConsole), or
+/// message boxes (QALogMessageBox). An error is counted until resetError(), so
+/// that a caller learns whether a step gave errors.
 class SDK_EXPORT QAILogMonitor
 {
 public:

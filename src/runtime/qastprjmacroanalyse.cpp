@@ -1,0 +1,138 @@
+#include "qastprjmacroanalyse.h"
+
+#include "qailogmonitor.h"
+#include "qastdata.h"
+#include "qastnode.h"
+#include "qasttargetpackage.h"
+#include "qasttargetpackagelist.h"
+#include "qatrace.h"
+#include "studiointerface.h"
+
+#include <QTreeWidgetItem>
+
+QAStPrjMacroAnalyse::QAStPrjMacroAnalyse(QAStData* data)
+    : _studio(QAStData::studioIFace()), _data(data)
+{
+}
+
+QAStPrjMacroAnalyse::QAStPrjMacroAnalyse(QTreeWidgetItem* item)
+    : _studio(QAStData::studioIFace()), _item(item)
+{
+}
+
+// Nodes do not hold their configurations yet: until they do, no value is set
+// and every macro read from one expands to nothing. This is the one place
+// that will read the node's current configuration.
+QVariant QAStPrjMacroAnalyse::configurationValue(QAStNode*, const QString&) const
+{
+    return QVariant();
+}
+
+QString QAStPrjMacroAnalyse::outFiles(QAStNode* node, const char* type) const
+{
+    QStringList files;
+    node->outFileNames(QString::fromLatin1(type), files);
+    return files.join(QLatin1Char(' '));
+}
+
+QString QAStPrjMacroAnalyse::interpretMacro(int& token)
+{
+    switch (token) {
+    case NodeNameMacro:
+        if (_data)
+            return _data->name();
+        return _item ? _item->text(0) : QString();
+    case VcsItemsMacro: {
+        QString items(QLatin1String(""));
+        if (_data) {
+            for (const QString& item : _data->vcsItems())
+                items += QLatin1Char('"') + item + QLatin1String("\" ");
+        }
+        return items;
+    }
+    case PrjNameMacro:
+    case PrjDirMacro: {
+        QAStData* project = _data ? _data->project() : nullptr;
+        if (!project)
+            return QString();
+        return token == PrjNameMacro ? project->name() : project->directory();
+    }
+    case BinDirMacro:
+        return _studio ? _studio->binaryDir() : QString();
+    case PerlMacro:
+        return QStringLiteral("perllauncher");
+    default:
+        break;
+    }
+
+    QAStNode* node = QAStNode::toNode(_data);
+    if (!node)
+        return QString();
+    switch (token) {
+    case TargetDirMacro: {
+        const QString name = configurationValue(node, QStringLiteral("targetPath")).toString();
+        const QAStTargetPackageList* ports = QAStTargetPackageList::installTargetPackages();
+        const QAStTargetPackage* port = ports && !name.isEmpty() ? ports->targetPackage(name) : nullptr;
+        return port ? port->fullPath : QString();
+    }
+    case CppIncludesMacro:
+        // The first directory goes without its option: callers write it.
+        return configurationValue(node, QStringLiteral("ge_incdir")).toStringList().join(QLatin1String(" -I"));
+    case FdcMacro:
+        return outFiles(node, "FDC");
+    case TsfMacro:
+        return outFiles(node, "TSF");
+    case ObjectsMacro:
+        return outFiles(node, "OBJ");
+    case TioMacro:
+        return node->tioFile();
+    case TdfMacro:
+        return node->tdfFile();
+    case RodMacro:
+        return node->outFileName(QStringLiteral("XRD"));
+    case CFlagsMacro:
+        return configurationValue(node, QStringLiteral("cflags")).toString();
+    case LdLibsMacro:
+        return configurationValue(node, QStringLiteral("additionnalObjects")).toString();
+    case LdFlagsMacro:
+        return configurationValue(node, QStringLiteral("ldflags")).toString();
+    case ArgsMacro:
+        return configurationValue(node, QStringLiteral("arguments")).toString();
+    // Crosswise on purpose: $$OUTDIR is where the intermediate files go,
+    // $$REPORTDIR the output directory.
+    case OutDirMacro:
+        return configurationValue(node, QStringLiteral("intdir")).toString();
+    case ReportDirMacro:
+        return configurationValue(node, QStringLiteral("outdir")).toString();
+    default:
+        // $$NODEPATH, $$PRJPATH and $$TESTER speak of files, file references,
+        // list view result items, the project document's file and test nodes,
+        // none of which the library holds yet: they answer a null string for
+        // now, as $$VCSITEMS of a list view item answers the empty text.
+        // $$VCSDIR has no binding.
+        return QString();
+    }
+}
+
+QString QAStPrjMacroAnalyse::interpretFunction(int& token, QStringList arguments, QString title)
+{
+    if (token != PromptFunction)
+        return QString();
+    // No caption, no dialog: the caller expands where nobody may be asked.
+    if (title.isNull())
+        return QString(QLatin1String(""));
+    if (!_studio)
+        return QString();
+    bool ok = false;
+    const QString answer = _studio->getText(title, arguments.value(0), QString(), &ok);
+    return ok ? answer : QString();
+}
+
+void QAStPrjMacroAnalyse::errorHandle(const QString& message)
+{
+    QAILogMonitor* console = _studio ? _studio->console(QAStData::BuildConsole) : nullptr;
+    if (console)
+        console->log(message + QLatin1Char('\n'));
+    else
+        warning("QAStPrjMacroAnalyse: %s", message.toLocal8Bit().constData());
+}
