@@ -13,7 +13,6 @@
 
 #include <QCoreApplication>
 #include <QDir>
-#include <QFileInfo>
 #include <QMetaObject>
 #include <QTextCodec>
 #include <QTextStream>
@@ -45,21 +44,12 @@ const int AdaLanguage = 4;
 // library, and need not be linked into it. Their operations are reached by
 // name through the meta-object, so those kinds declare them Q_INVOKABLE; an
 // object without the operation gives the empty answer.
-QString callText(QObject* object, const char* operation)
+template <typename T>
+T call(QObject* object, const char* operation, T result = T())
 {
-    QString result;
-    if (object
-        && object->metaObject()->indexOfMethod(QByteArray(operation).append("()").constData()) >= 0)
-        QMetaObject::invokeMethod(object, operation, Qt::DirectConnection, Q_RETURN_ARG(QString, result));
-    return result;
-}
-
-int callNumber(QObject* object, const char* operation, int fallback)
-{
-    int result = fallback;
-    if (object
-        && object->metaObject()->indexOfMethod(QByteArray(operation).append("()").constData()) >= 0)
-        QMetaObject::invokeMethod(object, operation, Qt::DirectConnection, Q_RETURN_ARG(int, result));
+    if (object && object->metaObject()->indexOfMethod(QByteArray(operation) + "()") >= 0)
+        QMetaObject::invokeMethod(object, operation, Qt::DirectConnection,
+                                  QReturnArgument<T>(QMetaType::fromType<T>().name(), result));
     return result;
 }
 
@@ -73,7 +63,7 @@ QAStData* selfOrAncestor(QAStData* data, const char* className)
 QString binaryTesterOf(QAStNode* node)
 {
     QAStData* test = selfOrAncestor(node, "QAStNodeTest");
-    return test ? callText(test, "binaryTester") : QString();
+    return test ? call<QString>(test, "binaryTester") : QString();
 }
 
 // The items of the conditions setting, stripped. The shared splitter drops a
@@ -171,7 +161,7 @@ void writeEverything(Writer& w, QAStData* data)
     w.out << "$ECLIPSE_IDE=0;\n";
     w.out << "$OSNAME='unix';\n";
     w.out << "$PATH_SEPARATOR='/';\n";
-    // The installation's paths hold no macro of the project.
+    // The machine's paths and names: no macro of the project stands in them.
     w.plain("ZENTAHOME", QAFileUtil::shortPath(QAStData::installDir()));
     w.plain("BINDIR", QAFileUtil::shortPath(QAStData::binaryDir()));
     QString scripts = QAFileUtil::shortPath(QAStData::scriptsDir());
@@ -207,7 +197,7 @@ bool writeNode(Writer& w, std::optional<QAStTargetPackage>& temporary, const QAS
     if (node->inherits("QAStNodeTest")) {
         QStringList sources;
         for (QAStData* source : node->childrenOfClass("QAStNodeSource", true))
-            sources << callText(source, "fileKey");
+            sources << call<QString>(source, "fileKey");
         w.list("SOURCES", sources);
     }
     QAStData* system = nullptr;
@@ -216,7 +206,7 @@ bool writeNode(Writer& w, std::optional<QAStTargetPackage>& temporary, const QAS
     else if (node->inherits("QAStNodeTestScript"))
         system = node->parentOfClass("QAStNodeSystemTesting");
     if (system) {
-        const int channel = callNumber(system, "connectedTDFChannel", -1);
+        const int channel = call(system, "connectedTDFChannel", -1);
         if (channel >= 0)
             w.integer("TDF_CHANNEL", channel);
     }
@@ -237,7 +227,7 @@ bool writeNode(Writer& w, std::optional<QAStTargetPackage>& temporary, const QAS
     }
     w.plain("STAGE", stage);
     w.quoted("NAME", node->name());
-    w.quoted("FILENAME", node->inherits("QAStNodeFileRef") ? callText(node, "absolutePath") : QString());
+    w.quoted("FILENAME", node->inherits("QAStNodeFileRef") ? call<QString>(node, "absolutePath") : QString());
 
     const QString targetPath = w.text("targetPath");
     if (w.flag("targetPathAsRelative")) {
@@ -331,7 +321,7 @@ void writeProgram(Writer& w)
 {
     QAStNode* node = w.node;
     const bool test = node->inherits("QAStNodeTest");
-    const QString tester = test ? callText(node, "binaryTester") : QString();
+    const QString tester = test ? call<QString>(node, "binaryTester") : QString();
     w.quoted("TESTPROGRAM", test ? node->determineRelativePathFile(tester) : QString());
     w.quoted("TESTPROGRAM_ABS", test ? QAFileUtil::cleanDirPath(tester) : QString());
     w.quotedSetting("ARGUMENTS", "arguments");
