@@ -10,6 +10,7 @@
 #include <QDir>
 #include <QFile>
 #include <QRegularExpression>
+#include <QScopeGuard>
 #include <QSignalSpy>
 #include <QSysInfo>
 #include <QTemporaryDir>
@@ -46,6 +47,12 @@ public:
 class QAStNodeSource : public QAStNodeFileRef { Q_OBJECT using QAStNodeFileRef::QAStNodeFileRef; };
 class QAStNodeTestScript : public QAStNodeFileRef { Q_OBJECT using QAStNodeFileRef::QAStNodeFileRef; };
 using PlainNode = WithoutMenus<QAStNode>;
+
+template <class Kind>
+QAStData* made(const QString& name, QAStData* parent)
+{
+    return new Kind(name, parent);
+}
 
 class EnvironmentHost : public RecordingHost
 {
@@ -328,95 +335,82 @@ void tst_EnvironmentFile::linesFollowTheSettingsAndTheNode_data()
     QTest::addColumn<QVariantMap>("settings");
     QTest::addColumn<QStringList>("present");
     QTest::addColumn<QStringList>("absent");
+    const auto row = [](const char* tag, const QStringList& path, const QVariantMap& settings,
+                        const QStringList& present, const QStringList& absent = {}) {
+        QTest::newRow(tag) << path << settings << present << absent;
+    };
     const QString error = QStringLiteral("Error: Unable to generate the Target Deployment Port path because "
                                          "the target package named [missing] cannot be found in the installation");
     const int analyses = 0x3F | 0x200 | 0x400 | 0x800 | 0x2000;
     const QStringList node {"node"};
-    QTest::newRow("empty texts and lists: some lines go, the others stay empty") << node << QVariantMap()
-        << QStringList {"$ZTS_TRACE='';", "@INCLUDE_DIR_LIST=();"}
-        << QStringList {"$ZTS_VAL_DISP=", "$USER_ALK_FILE=", "@ZTG_EXCLUDED_DIRS="};
-    QTest::newRow("conditions split at unescaped commas, each stripped")
-        << node << QVariantMap {{"tcflags", " A, B\\,C ,D "}}
-        << QStringList {"@GENERATION_CONDITION=('A', 'B,C', 'D');"} << QStringList();
-    QTest::newRow("a condition of one letter, and one ending in a backslash") << node
-        << QVariantMap {{"tcflags", "D,x\\"}} << QStringList {"@GENERATION_CONDITION=('D', 'x\\\\');"} << QStringList();
-    QTest::newRow("a quote arrives escaped, a backslash doubled, raw or not")
-        << node << QVariantMap {{"cflags", "it's"}, {"intdir", "a\\b"}, {"tsf_selective_file", QStringList {"c'\\"}}}
-        << QStringList {"$CFLAGS='it\\'s';", "$INTDIR='a\\\\b';", "@ZTG_SELECTIVE_FILES=('c\\'\\\\');"} << QStringList();
-    QTest::newRow("environment variables in key order, keys and values escaped")
-        << node << QVariantMap {{"envVariables", QVariantMap {{"B'", "v\\"}, {"A", "1"}}}}
-        << QStringList {"$ENV{'A'} = '1';\n$ENV{'B\\''} = 'v\\\\';"} << QStringList();
-    QTest::newRow("without the print buffer its size is 0") << node << QVariantMap {{"printbuffersize", 77}}
-        << QStringList {"$ZTO_PRINT_BUFFER_SIZE=0;"} << QStringList();
-    QTest::newRow("with the print buffer its size") << node << QVariantMap {{"printbuffer", true}, {"printbuffersize", 77}}
-        << QStringList {"$ZTO_PRINT_BUFFER_SIZE=77;"} << QStringList();
-    QTest::newRow("values that go only with their option") << node
-        << QVariantMap {{"fdc_name_opt", 2}, {"fdc_value", "v"}, {"st_thread_function", "f"},
-                        {"st_trace_circular", true}, {"st_bufsize", 0}, {"ztp_fmwl", false}}
-        << QStringList {"$ZTG_FDC_NAME_OPT=2;", "$ZTS_TRACE_CIRCULAR=1;"}
-        << QStringList {"$ZTG_FDC_VALUE=", "$ZTS_THREAD_FUNCTION=", "$ZTS_BUFSIZE=", "$ZTP_MAX_FREEQ_LENGTH="};
-    QTest::newRow("the debugger and the steps") << node << QVariantMap {{"executionFlag", 0x100 | 0x1 | 0x4 | 0x10}}
-        << QStringList {"$EXECMODE='DEBUG';", "$STAGE='cte';"} << QStringList();
-    QTest::newRow("Ada keeps coverage alone") << node
-        << QVariantMap {{"sourceLanguage", "Ada95"}, {"executionFlag", analyses}}
-        << QStringList {"$ZTCMODE=1;", "$ZTTMODE=0;", "$ZTPMODE=0;", "$ZTKMODE=0;", "$TDP_LANGUAGE='ADA95';"}
-        << QStringList();
-    QTest::newRow("a port that refuses coverage turns it off")
-        << node << QVariantMap {{"targetPath", "nocoverage"}, {"executionFlag", analyses}}
-        << QStringList {"$ZTCMODE=0;", "$ZTTMODE=1;", "$TARGETDIR='@PORTS@/nocoverage';"} << QStringList();
-    QTest::newRow("a port that is not installed gives its error as the directory")
-        << node << QVariantMap {{"targetPath", "missing"}, {"executionFlag", analyses}}
-        << QStringList {"$TARGETDIR='" + error + "';\n$LP_TARGETDIR='" + error + "';", "$ZTCMODE=0;"} << QStringList();
-    QTest::newRow("a port kept in the project") << node << QVariantMap {{"targetPathAsRelative", true}, {"targetPath", "own"}}
-        << QStringList {"$TARGETDIR='@PROJECT@/own';\n$LP_TARGETDIR='@PROJECT@/own';"} << QStringList();
-    QTest::newRow("file names given are kept, a relative rule file is the project's")
-        << node << QVariantMap {{"sourceFile", "s.c"}, {"ztt_split_prefixe", "p"}, {"misraconf", "rules.xml"}}
-        << QStringList {"$SRCFILE='s.c';", "$ZTT_SPLIT_PREFIX='p';", "$MISRA_CONF='@PROJECT@/rules.xml';"}
-        << QStringList();
-    QTest::newRow("an absolute rule file as it is") << node << QVariantMap {{"misraconf", "/etc/rules.xml"}}
-        << QStringList {"$MISRA_CONF='/etc/rules.xml';"} << QStringList();
-    QTest::newRow("variables of the definition file") << node << QVariantMap {{"generationFormat", "DLL"}, {"version", "v'2"}}
-        << QStringList {"$ZTL_GENERATION_FORMAT='DLL';", "$ZTG_COMPILER_VERSION='v\\'2';"} << QStringList();
+    row("empty texts and lists: some lines go, the others stay empty", node, {},
+        {"$ZTS_TRACE='';", "@INCLUDE_DIR_LIST=();"}, {"$ZTS_VAL_DISP=", "$USER_ALK_FILE=", "@ZTG_EXCLUDED_DIRS="});
+    row("conditions split at unescaped commas, each stripped", node, {{"tcflags", " A, B\\,C ,D "}},
+        {"@GENERATION_CONDITION=('A', 'B,C', 'D');"});
+    row("a condition of one letter, and one ending in a backslash", node, {{"tcflags", "D,x\\"}},
+        {"@GENERATION_CONDITION=('D', 'x\\\\');"});
+    row("a quote arrives escaped, a backslash doubled, raw or not", node,
+        {{"cflags", "it's"}, {"intdir", "a\\b"}, {"tsf_selective_file", QStringList {"c'\\"}}},
+        {"$CFLAGS='it\\'s';", "$INTDIR='a\\\\b';", "@ZTG_SELECTIVE_FILES=('c\\'\\\\');"});
+    row("environment variables in key order, keys and values escaped", node,
+        {{"envVariables", QVariantMap {{"B'", "v\\"}, {"A", "1"}}}}, {"$ENV{'A'} = '1';\n$ENV{'B\\''} = 'v\\\\';"});
+    row("without the print buffer its size is 0", node, {{"printbuffersize", 77}}, {"$ZTO_PRINT_BUFFER_SIZE=0;"});
+    row("values that go only with their option", node,
+        {{"fdc_name_opt", 2}, {"fdc_value", "v"}, {"st_thread_function", "f"}, {"st_trace_circular", true},
+         {"st_bufsize", 0}, {"ztp_fmwl", false}},
+        {"$ZTG_FDC_NAME_OPT=2;", "$ZTS_TRACE_CIRCULAR=1;"},
+        {"$ZTG_FDC_VALUE=", "$ZTS_THREAD_FUNCTION=", "$ZTS_BUFSIZE=", "$ZTP_MAX_FREEQ_LENGTH="});
+    row("the debugger and the steps", node, {{"executionFlag", 0x100 | 0x1 | 0x4 | 0x10}},
+        {"$EXECMODE='DEBUG';", "$STAGE='cte';"});
+    row("Ada keeps coverage alone", node, {{"sourceLanguage", "Ada95"}, {"executionFlag", analyses}},
+        {"$ZTCMODE=1;", "$ZTTMODE=0;", "$ZTPMODE=0;", "$ZTKMODE=0;", "$TDP_LANGUAGE='ADA95';"});
+    row("a port that refuses coverage turns it off", node, {{"targetPath", "nocoverage"}, {"executionFlag", analyses}},
+        {"$ZTCMODE=0;", "$ZTTMODE=1;", "$TARGETDIR='@PORTS@/nocoverage';"});
+    row("a port that is not installed gives its error as the directory", node,
+        {{"targetPath", "missing"}, {"executionFlag", analyses}},
+        {"$TARGETDIR='" + error + "';\n$LP_TARGETDIR='" + error + "';", "$ZTCMODE=0;"});
+    row("a port kept in the project", node, {{"targetPathAsRelative", true}, {"targetPath", "own"}},
+        {"$TARGETDIR='@PROJECT@/own';\n$LP_TARGETDIR='@PROJECT@/own';"});
+    row("file names given are kept, a relative rule file is the project's", node,
+        {{"sourceFile", "s.c"}, {"ztt_split_prefixe", "p"}, {"misraconf", "rules.xml"}},
+        {"$SRCFILE='s.c';", "$ZTT_SPLIT_PREFIX='p';", "$MISRA_CONF='@PROJECT@/rules.xml';"});
+    row("verbose tool output asked for", node, {{"preference verbose", true}},
+        {"$MIME_NAME = 'UTF-8';\n$ENV{'ZENTASTUDIO_VERBOSE'} = '1';"});
+    row("variables of the definition file", node, {{"generationFormat", "DLL"}, {"version", "v'2"}},
+        {"$ZTL_GENERATION_FORMAT='DLL';", "$ZTG_COMPILER_VERSION='v\\'2';"});
 
-    QTest::newRow("data that is no node has the frame alone") << QStringList {"data"} << QVariantMap()
-        << QStringList {"$PROJECT_NAME='proj';", "$STUDIO_PORT=4711;"} << QStringList {"$BATCH_MODE="};
-    QTest::newRow("a node outside a project has no configuration") << QStringList {"outside"} << QVariantMap()
-        << QStringList {"$PROJECT_NAME='';", "$BATCH_MODE=0;"} << QStringList {"$CONFIGURATION="};
-    QTest::newRow("a test node names its sources, its program and its trace file")
-        << QStringList {"QAStNodeTest x", "QAStNodeSource s.c", ""} << QVariantMap()
-        << QStringList {"@SOURCES=('src/s.c');", "$ZTL_OUT_FILE='plain/x.spt';", "$TEST_NAME='x';",
-                        "$TESTPROGRAM='bin/x';", "$TESTPROGRAM_ABS='@PROJECT@/bin/x';",
-                        "$JAVA_JARFILENAME='@PROJECT@/bin/x';", "$FILENAME='';", "$ZTUMODE=0;"}
-        << QStringList {"$TDF_CHANNEL="};
-    QTest::newRow("a source below a test has the test's trace file")
-        << QStringList {"QAStNodeTest x", "QAStNodeSource s.c"} << QVariantMap()
-        << QStringList {"$ZTL_OUT_FILE='plain/x.spt';", "$TEST_NAME='x';", "$FILENAME='@PROJECT@/src/s.c';",
-                        "$XRDFILE='plain/x.xrd';", "$TESTPROGRAM='';", "$JAVA_JARFILENAME='@PROJECT@/bin/x';"}
-        << QStringList {"@SOURCES="};
-    QTest::newRow("a node below a unit test") << QStringList {"QAStNodeUnitTesting u", "QAStNodeSource s.c"}
-        << QVariantMap() << QStringList {"$ZTUMODE=1;", "$ZTOMODE=0;", "$ZTU_INTERMEDIATE_FILE='Tu';"} << QStringList();
-    QTest::newRow("a test script of a system test has its channel")
-        << QStringList {"QAStNodeSystemTesting st", "QAStNodeTestScript t.pts"} << QVariantMap()
-        << QStringList {"$TDF_CHANNEL=7;", "$ZTSMODE=1;", "$ZTUMODE=0;"} << QStringList();
+    row("data that is no node has the frame alone", {"data"}, {}, {"$PROJECT_NAME='proj';", "$STUDIO_PORT=4711;"},
+        {"$BATCH_MODE="});
+    row("a node outside a project has no configuration", {"outside"}, {}, {"$PROJECT_NAME='';", "$BATCH_MODE=0;"},
+        {"$CONFIGURATION="});
+    row("a test node names its sources, its program and its trace file", {"QAStNodeTest x", "QAStNodeSource s.c", ""},
+        {}, {"@SOURCES=('src/s.c');", "$ZTL_OUT_FILE='plain/x.spt';", "$TEST_NAME='x';", "$TESTPROGRAM='bin/x';",
+             "$TESTPROGRAM_ABS='@PROJECT@/bin/x';", "$JAVA_JARFILENAME='@PROJECT@/bin/x';", "$FILENAME='';"},
+        {"$TDF_CHANNEL="});
+    row("a source below a test has the test's trace file", {"QAStNodeTest x", "QAStNodeSource s.c"}, {},
+        {"$ZTL_OUT_FILE='plain/x.spt';", "$TEST_NAME='x';", "$FILENAME='@PROJECT@/src/s.c';",
+         "$XRDFILE='plain/x.xrd';", "$TESTPROGRAM='';", "$JAVA_JARFILENAME='@PROJECT@/bin/x';"},
+        {"@SOURCES="});
+    row("a node below a unit test", {"QAStNodeUnitTesting u", "QAStNodeSource s.c"}, {},
+        {"$ZTUMODE=1;", "$ZTOMODE=0;", "$ZTU_INTERMEDIATE_FILE='Tu';"});
+    row("a test script of a system test has its channel", {"QAStNodeSystemTesting st", "QAStNodeTestScript t.pts"}, {},
+        {"$TDF_CHANNEL=7;", "$ZTSMODE=1;", "$ZTUMODE=0;"});
 }
 
 // The path names the class and the name of each object of a chain below the
 // project, an empty entry going back to the parent; the file is the last
-// one's. The settings are that object's own.
+// one's. The settings are that object's own, or the user's preferences.
 void tst_EnvironmentFile::linesFollowTheSettingsAndTheNode()
 {
     QFETCH(QStringList, path);
     QFETCH(QVariantMap, settings);
     QFETCH(QStringList, present);
     QFETCH(QStringList, absent);
-    const QMap<QString, std::function<QAStData*(const QString&, QAStData*)>> make {
-        {"QAStNodeTest", [](const QString& n, QAStData* p) { return new QAStNodeTest(n, p); }},
-        {"QAStNodeUnitTesting", [](const QString& n, QAStData* p) { return new QAStNodeUnitTesting(n, p); }},
-        {"QAStNodeSystemTesting", [](const QString& n, QAStData* p) { return new QAStNodeSystemTesting(n, p); }},
-        {"QAStNodeSource", [](const QString& n, QAStData* p) { return new QAStNodeSource(n, p); }},
-        {"QAStNodeTestScript", [](const QString& n, QAStData* p) { return new QAStNodeTestScript(n, p); }},
-        {"data", [](const QString& n, QAStData* p) { return new TestData(n, p); }},
-    };
+    using Make = QAStData* (*)(const QString&, QAStData*);
+    static const QMap<QString, Make> make {
+        {"QAStNodeTest", &made<QAStNodeTest>}, {"QAStNodeUnitTesting", &made<QAStNodeUnitTesting>},
+        {"QAStNodeSystemTesting", &made<QAStNodeSystemTesting>}, {"QAStNodeSource", &made<QAStNodeSource>},
+        {"QAStNodeTestScript", &made<QAStNodeTestScript>}, {"data", &made<TestData>}};
     QAStData* data = build(path.first() == QLatin1String("node") ? path.first() : QStringLiteral("project"));
     std::unique_ptr<PlainNode> outside;
     for (const QString& entry : path) {
@@ -425,8 +419,13 @@ void tst_EnvironmentFile::linesFollowTheSettingsAndTheNode()
         else if (entry != QLatin1String("node"))
             data = entry.isEmpty() ? data->parent() : make.value(entry.section(' ', 0, 0))(entry.section(' ', -1), data);
     }
-    for (auto it = settings.constBegin(); it != settings.constEnd(); ++it)
-        QAStNode::toNode(data)->currentConfiguration()->setProperty(it.key(), it.value());
+    auto preferences = qScopeGuard([] { QAStData::preferences()->setValue(QStringLiteral("verbose"), false); });
+    for (auto it = settings.constBegin(); it != settings.constEnd(); ++it) {
+        if (it.key().startsWith(QLatin1String("preference ")))
+            QAStData::preferences()->setValue(it.key().section(' ', 1), it.value());
+        else
+            QAStNode::toNode(data)->currentConfiguration()->setProperty(it.key(), it.value());
+    }
     const QString text = substituted(generated(data));
     for (const QString& line : present)
         QVERIFY2(text.contains('\n' + line + '\n'), qPrintable(line));
