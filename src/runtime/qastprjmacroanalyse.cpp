@@ -1,6 +1,7 @@
 #include "qastprjmacroanalyse.h"
 
 #include "qailogmonitor.h"
+#include "qastconfiguration.h"
 #include "qastdata.h"
 #include "qastnode.h"
 #include "qasttargetpackage.h"
@@ -20,12 +21,12 @@ QAStPrjMacroAnalyse::QAStPrjMacroAnalyse(QTreeWidgetItem* item)
 {
 }
 
-// Nodes do not hold their configurations yet: until they do, no value is set
-// and every macro read from one expands to nothing. This is the one place
-// that will read the node's current configuration.
-QVariant QAStPrjMacroAnalyse::configurationValue(QAStNode*, const QString&) const
+// A node without a current configuration gives a null value, so the macro
+// expands to nothing rather than to a default it never chose.
+QVariant QAStPrjMacroAnalyse::configurationValue(QAStNode* node, const QString& key) const
 {
-    return QVariant();
+    QAStConfiguration* configuration = node->currentConfiguration();
+    return configuration ? configuration->property(key) : QVariant();
 }
 
 QString QAStPrjMacroAnalyse::outFiles(QAStNode* node, const char* type) const

@@ -5,6 +5,7 @@
 #include "qaproperty.h"
 #include "qastconfiguration.h"
 #include "qastnode.h"
+#include "qastprjmacroanalyse.h"
 #include "qastprojectpref.h"
 #include "qastproject.h"
 #include "qasttargetpackage.h"
@@ -621,10 +622,8 @@ QString QAStPerlGen::perlQuoted(const QString& text)
 
 QString QAStPerlGen::expandMacros(const QString& text, QAStNode* node)
 {
-    // The project's macro interpreter is plugged in here, on \a node with
-    // "Prompt Dialog" as the title of any prompt that a macro raises.
-    Q_UNUSED(node);
-    return text;
+    QAStPrjMacroAnalyse macros(node);
+    return macros.analyse(text, QStringLiteral("Prompt Dialog"));
 }
 
 QStringList QAStPerlGen::generationConditions(const QString& text, QAStNode* node)

@@ -352,6 +352,14 @@ void tst_EnvironmentFile::linesFollowTheSettingsAndTheNode_data()
     row("a quote arrives escaped, a backslash doubled, raw or not", node,
         {{"cflags", "it's"}, {"intdir", "a\\b"}, {"tsf_selective_file", QStringList {"c'\\"}}},
         {"$CFLAGS='it\\'s';", "$INTDIR='a\\\\b';", "@ZTG_SELECTIVE_FILES=('c\\'\\\\');"});
+    row("macros expand on the node, from its own configuration", node,
+        {{"cflags", "-O2 -I$$PRJNAME"}, {"arguments", "$$CFLAGS it's"}, {"ldflags", "$$NOSUCH -L."}},
+        {"$CFLAGS='-O2 -Iproj';", "$ARGUMENTS='-O2 -I$$PRJNAME it\\'s';", "$LDFLAGS=' -L.';"});
+    row("macros of configuration values read the raw values", node,
+        {{"cflags", "-O2"}, {"ldflags", "-L."}, {"additionnalObjects", "m.o"}, {"arguments", "x"},
+         {"intdir", "obj"}, {"outdir", "rep"}, {"ge_incdir", QStringList {"a", "b"}},
+         {"ztt_split_prefixe", "$$CFLAGS|$$LDFLAGS|$$LDLIBS|$$ARGS|$$OUTDIR|$$REPORTDIR|-I$$CPPINCLUDES|$$TARGETDIR"}},
+        {"$ZTT_SPLIT_PREFIX='-O2|-L.|m.o|x|obj|rep|-Ia -Ib|@PORTS@/plain';"});
     row("environment variables in key order, keys and values escaped", node,
         {{"envVariables", QVariantMap {{"B'", "v\\"}, {"A", "1"}}}}, {"$ENV{'A'} = '1';\n$ENV{'B\\''} = 'v\\\\';"});
     row("without the print buffer its size is 0", node, {{"printbuffersize", 77}}, {"$ZTO_PRINT_BUFFER_SIZE=0;"});
