@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Sets up this machine for libsdk and runs one of its jobs.
 #
-#   ./run.sh example   build the library and run the demonstration host
+#   ./run.sh example   build the library and run the command-line host on the first example
 #   ./run.sh test      build with AddressSanitizer and UndefinedBehaviorSanitizer, run every test
 #   ./run.sh bench     build the benchmarks in release mode and run them
 #   ./run.sh fuzz [S]  build the fuzz targets with clang and run each for S seconds (default 60)
@@ -46,9 +46,22 @@ example)
     install_missing
     mkdir -p build
     configure_build build/release -DCMAKE_BUILD_TYPE=RelWithDebInfo -DSDK_BUILD_TESTS=OFF
+    # The example is copied, so that a build leaves the source tree alone.
     work=$(mktemp -d)
     trap 'rm -rf "$work"' EXIT
-    (cd "$work" && "$root/build/release/tools/velmont-demo")
+    cp -r "$root/examples/first" "$work/"
+    batch="$root/build/release/stage/bin/linux/x86_64/velmont-batch"
+    project="$work/first/first.vmp"
+    node="Unit tests.Queue"
+    cd "$work"
+    echo "== velmont-batch first.vmp tree"
+    "$batch" "$project" tree
+    echo; echo "== velmont-batch first.vmp settings \"$node\""
+    "$batch" "$project" settings "$node"
+    echo; echo "== velmont-batch first.vmp env \"$node\""
+    "$batch" "$project" env "$node"
+    echo; echo "== velmont-batch first.vmp rebuild \"Unit tests\""
+    "$batch" "$project" rebuild "Unit tests"
     ;;
 test)
     install_missing

@@ -13,6 +13,7 @@
 #include "qastdatamovedrag.h"
 #include "qastdataundoactionmanager.h"
 #include "qastperlgen.h"
+#include "qastproject.h"
 #include "qastprojectpref.h"
 #include "qatrace.h"
 #include "studiointerface.h"
@@ -29,6 +30,7 @@
 #include <QPointer>
 #include <QTextStream>
 
+#include <cstdio>
 #include <deque>
 #include <vector>
 
@@ -1322,14 +1324,28 @@ void QAStData::processTerminated(bool normalExit, int exitStatus)
     emit perlScriptTerminated();
 }
 
+// A batch run keeps standard output for itself; both streams of a script go
+// to standard error, as they came.
+static bool toBatchStream(QAStData* data, const QString& text)
+{
+    if (!QAStProject::modeBatch() || !data->rootProject())
+        return false;
+    const QByteArray bytes = text.toLocal8Bit();
+    std::fwrite(bytes.constData(), 1, static_cast<size_t>(bytes.size()), stderr);
+    std::fflush(stderr);
+    return true;
+}
+
 void QAStData::charReceived(const QString& text)
 {
-    displayMessage(static_cast<Console>(console), text, OutputStream);
+    if (!toBatchStream(this, text))
+        displayMessage(static_cast<Console>(console), text, OutputStream);
 }
 
 void QAStData::charErrorReceived(const QString& text)
 {
-    displayMessage(static_cast<Console>(console), text, ErrorStream);
+    if (!toBatchStream(this, text))
+        displayMessage(static_cast<Console>(console), text, ErrorStream);
 }
 
 // The objects a stop acts on: this one when it runs, else every running

@@ -1,0 +1,87 @@
+#include "batchhost.h"
+
+#include "qainstall.h"
+#include "qamessagebox.h"
+#include "qastdata.h"
+
+#include <QDir>
+
+#include <cstdio>
+
+void BatchConsole::write(const QString& text)
+{
+    if (_held) {
+        _kept += text;
+        return;
+    }
+    const QByteArray bytes = text.toLocal8Bit();
+    std::fwrite(bytes.constData(), 1, static_cast<size_t>(bytes.size()), stderr);
+    std::fflush(stderr);
+}
+
+void BatchConsole::log(const QString& text)
+{
+    write(text);
+}
+
+void BatchConsole::error(const QString& text)
+{
+    ++_errors;
+    write(text);
+}
+
+QString BatchConsole::release()
+{
+    _held = false;
+    QString kept;
+    kept.swap(_kept);
+    return kept;
+}
+
+BatchHost::BatchHost(const QString& argv0)
+    : _argv0(argv0), _install(QAInstall::installDir(argv0)), _binaries(QAInstall::binaryDir(argv0))
+{
+}
+
+QString BatchHost::scriptsDir()
+{
+    return _install + QStringLiteral("/lib/scripts");
+}
+
+QString BatchHost::helpDir()
+{
+    return QAInstall::helpDir(_argv0);
+}
+
+QString BatchHost::targetDir()
+{
+    return QAInstall::targetDir(_argv0);
+}
+
+QString BatchHost::userName()
+{
+    return QString::fromLocal8Bit(qgetenv("USER"));
+}
+
+QStringList BatchHost::perlCommand()
+{
+    return QAInstall::perlCommand(_argv0);
+}
+
+QAILogMonitor* BatchHost::console(int console)
+{
+    return console == QAStData::MessageConsole ? &_messages : &_build;
+}
+
+QString BatchHost::applicationName()
+{
+    return QStringLiteral("velmont-batch");
+}
+
+int BatchHost::messageBox(QMessageBox::Icon, const QString& caption, const QString& text,
+                          QMessageBox::StandardButtons, QMessageBox::StandardButton defaultButton)
+{
+    // The batch form writes one line to standard error and blocks nothing.
+    QAMessageBox::warning(nullptr, false, caption, text, QMessageBox::Ok);
+    return defaultButton == QMessageBox::NoButton ? int(QMessageBox::Ok) : int(defaultButton);
+}

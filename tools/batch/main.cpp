@@ -1,0 +1,220 @@
+// The command-line host of the library: it opens a project in batch mode and
+// builds, executes, cleans or inspects it.
+
+#include "batchhost.h"
+#include "batchsession.h"
+
+#include "qaprocess.h"
+#include "qastconfiguration.h"
+#include "qastdata.h"
+#include "qastnode.h"
+#include "qastproject.h"
+#include "qasttargetpackagelist.h"
+
+#include <QCoreApplication>
+#include <QSocketNotifier>
+#include <QTextStream>
+
+#include <csignal>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace {
+
+const char usage[] =
+    "usage: velmont-batch [--config NAME] PROJECT COMMAND [NODE]\n"
+    "       velmont-batch ports\n"
+    "\n"
+    "Opens the project file PROJECT in batch mode and runs COMMAND on the\n"
+    "project, or on the node that NODE names: the names of the nodes from the\n"
+    "project down, joined by dots (\"Unit tests.Queue\").\n"
+    "\n"
+    "Commands:\n"
+    "  build [NODE]     build what is out of date\n"
+    "  rebuild [NODE]   build everything again\n"
+    "  execute [NODE]   execute, building first what is out of date\n"
+    "  clean [NODE]     delete the files that the steps produced\n"
+    "  tree             the node tree: each node's kind, state and last status\n"
+    "  settings NODE    every setting of the node's configuration, its value, and\n"
+    "                   where the value comes from\n"
+    "  env NODE         the environment file that a step of the node gets\n"
+    "  configs          the project's configurations; * marks the current one\n"
+    "  ports            the installed target deployment ports\n"
+    "\n"
+    "Options:\n"
+    "  -c, --config NAME  run in the configuration NAME\n"
+    "  -h, --help         show this text\n"
+    "\n"
+    "Progress goes to standard output, the scripts' output to standard error.\n"
+    "Exit status: 0 success, 1 failed build or execution, 2 failed test verdict,\n"
+    "3 stopped, 4 usage error, 5 project or installation that cannot be loaded.\n"
+    "The project file is never written. Ctrl-C stops the run; a second one\n"
+    "kills what is left at once.\n";
+
+struct Arguments {
+    QString configuration;
+    QStringList positional;
+    bool help = false;
+    QString error;
+};
+
+Arguments parse(const QStringList& arguments)
+{
+    Arguments parsed;
+    for (qsizetype i = 1; i < arguments.size(); ++i) {
+        const QString& argument = arguments.at(i);
+        if (argument == QLatin1String("-h") || argument == QLatin1String("--help")) {
+            parsed.help = true;
+        } else if (argument == QLatin1String("-c") || argument == QLatin1String("--config")) {
+            if (++i == arguments.size()) {
+                parsed.error = argument + QStringLiteral(" needs a configuration name");
+                return parsed;
+            }
+            parsed.configuration = arguments.at(i);
+        } else if (argument.startsWith(QLatin1String("--config="))) {
+            parsed.configuration = argument.mid(9);
+        } else if (argument.startsWith(QLatin1Char('-')) && argument.size() > 1) {
+            parsed.error = QStringLiteral("unknown option %1").arg(argument);
+            return parsed;
+        } else {
+            parsed.positional << argument;
+        }
+    }
+    return parsed;
+}
+
+int usageError(const QString& message)
+{
+    QTextStream(stderr) << "velmont-batch: " << message << " (velmont-batch --help tells more)\n";
+    return ExitUsage;
+}
+
+// Ctrl-C and a termination request reach the event loop through a pipe, the
+// one thing a signal handler may safely write to.
+int signalPipe[2] = {-1, -1};
+
+void onSignal(int)
+{
+    const char byte = 1;
+    [[maybe_unused]] const ssize_t written = ::write(signalPipe[1], &byte, 1);
+}
+
+class Library
+{
+public:
+    explicit Library(BatchHost& host) : _host(host)
+    {
+        QAStData::initialize(&host);
+        QAStProject::setModeBatch(true);
+    }
+    /// Reads the installed ports and the definition file of the settings.
+    bool load()
+    {
+        _host.messages().hold();
+        const bool ports = QAStTargetPackageList::initialize(&_host);
+        const bool settings = ports && QAStConfiguration::initialize(&_host);
+        const QString notes = _host.messages().release();
+        if (settings)
+            return true;
+        QTextStream(stderr) << "velmont-batch: the installation at " << _host.installDir() << " has "
+                            << (ports ? "a broken settings definition file" : "no target deployment port")
+                            << '\n';
+        Q_UNUSED(notes);
+        return false;
+    }
+    ~Library()
+    {
+        QAStConfiguration::terminate();
+        QAStTargetPackageList::terminate();
+        QAStData::initialize(nullptr);
+    }
+
+private:
+    BatchHost& _host;
+};
+
+int runCommand(BatchSession& session, const QString& command, const QStringList& rest)
+{
+    static const QStringList onNode {"build", "rebuild", "execute", "clean", "settings", "env"};
+    static const QStringList needNode {"settings", "env"};
+    static const QStringList onProject {"tree", "configs"};
+    if (!onNode.contains(command) && !onProject.contains(command))
+        return usageError(QStringLiteral("unknown command \"%1\"").arg(command));
+    if (rest.size() > (onNode.contains(command) ? 1 : 0))
+        return usageError(QStringLiteral("too many arguments for %1").arg(command));
+    if (needNode.contains(command) && rest.isEmpty())
+        return usageError(QStringLiteral("%1 needs a node").arg(command));
+    if (command == QLatin1String("tree"))
+        return session.tree();
+    if (command == QLatin1String("configs"))
+        return session.configs();
+
+    QAStNode* node = session.resolve(rest.value(0));
+    if (!node) {
+        QTextStream(stderr) << "velmont-batch: no node \"" << rest.value(0) << "\" in the project\n";
+        return ExitUsage;
+    }
+    if (command == QLatin1String("settings"))
+        return session.settings(node);
+    if (command == QLatin1String("env"))
+        return session.env(node);
+    if (command == QLatin1String("clean"))
+        return session.clean(node);
+    return session.run(command, node);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QCoreApplication app(argc, argv);
+    const Arguments arguments = parse(QCoreApplication::arguments());
+    if (!arguments.error.isEmpty())
+        return usageError(arguments.error);
+    if (arguments.help) {
+        QTextStream(stdout) << usage;
+        return ExitSuccess;
+    }
+    const QStringList& positional = arguments.positional;
+    const bool portsOnly = positional == QStringList {QStringLiteral("ports")};
+    if (!portsOnly && positional.size() < 2)
+        return usageError(positional.isEmpty() ? QStringLiteral("a project and a command are needed")
+                                               : QStringLiteral("a command is needed"));
+
+    BatchHost host(QString::fromLocal8Bit(argv[0]));
+    Library library(host);
+    if (!library.load())
+        return ExitLoad;
+    QTextStream out(stdout);
+    if (portsOnly)
+        return BatchSession::ports(out);
+    if (positional.at(1) == QLatin1String("ports")) {
+        if (positional.size() > 2)
+            return usageError(QStringLiteral("too many arguments for ports"));
+        return BatchSession::ports(out);
+    }
+
+    BatchSession session(host, out);
+    ::socketpair(AF_UNIX, SOCK_STREAM, 0, signalPipe);
+    QSocketNotifier interrupt(signalPipe[0], QSocketNotifier::Read);
+    QObject::connect(&interrupt, &QSocketNotifier::activated, &session, [&] {
+        char byte = 0;
+        [[maybe_unused]] const ssize_t got = ::read(signalPipe[0], &byte, 1);
+        session.stop();
+    });
+    struct sigaction action = {};
+    action.sa_handler = onSignal;
+    sigemptyset(&action.sa_mask);
+    ::sigaction(SIGINT, &action, nullptr);
+    ::sigaction(SIGTERM, &action, nullptr);
+
+    int status = session.open(positional.at(0), arguments.configuration);
+    if (status == ExitSuccess)
+        status = runCommand(session, positional.at(1), positional.mid(2));
+    out.flush();
+    ::signal(SIGINT, SIG_DFL);
+    ::signal(SIGTERM, SIG_DFL);
+    ::close(signalPipe[0]);
+    ::close(signalPipe[1]);
+    return status;
+}
