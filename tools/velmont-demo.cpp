@@ -2,6 +2,7 @@
 // the whole project with the scripts of the reference installation, prints
 // what the scripts printed and the statuses, and writes the project back.
 
+#include "executionstatusname.h"
 #include "qalogconsole.h"
 #include "qastdata.h"
 #include "qastproject.h"
@@ -48,20 +49,6 @@ private:
     QALogConsole out;
 };
 
-const char* statusName(int status)
-{
-    switch (status) {
-    case QAStData::ExecutionSuccess: return "success";
-    case QAStData::ExecutionFailed: return "failed";
-    case QAStData::ExecutionStopped: return "stopped";
-    case QAStData::ExecutionRunning:
-    case QAStData::ExecutionRunningOther: return "running";
-    case QAStData::ExecutionNone: return "none";
-    case QAStData::ExecutionTestFailed: return "test verdict not ok";
-    }
-    return "unknown";
-}
-
 void printTree(QAStData* data, int depth)
 {
     std::printf("%*s%s (quid %u)\n", depth * 2 + 2, "", qPrintable(data->name()), data->getQuid());
@@ -86,7 +73,7 @@ bool readProject(QAStProject& project, const QString& path)
 void printStatuses(QAStData* data, int depth)
 {
     std::printf("%*s%s: %s\n", depth * 2 + 2, "", qPrintable(data->name()),
-                statusName(data->executionStatus()));
+                executionStatusName(data->executionStatus()));
     for (QAStData* child = data->firstChild(); child; child = child->next())
         printStatuses(child, depth + 1);
 }

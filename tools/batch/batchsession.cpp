@@ -1,6 +1,7 @@
 #include "batchsession.h"
 
 #include "batchhost.h"
+#include "executionstatusname.h"
 #include "qaprocess.h"
 #include "qastconfiguration.h"
 #include "qastnode.h"
@@ -15,20 +16,6 @@
 #include <QTextStream>
 
 namespace {
-
-const char* statusName(int status)
-{
-    switch (status) {
-    case QAStData::ExecutionSuccess: return "success";
-    case QAStData::ExecutionFailed: return "failed";
-    case QAStData::ExecutionStopped: return "stopped";
-    case QAStData::ExecutionRunning:
-    case QAStData::ExecutionRunningOther: return "running";
-    case QAStData::ExecutionNone: return "none";
-    case QAStData::ExecutionTestFailed: return "test verdict failed";
-    }
-    return "unknown";
-}
 
 const char* stateName(QAStNode::State state)
 {
@@ -193,7 +180,7 @@ int BatchSession::tree()
         const Entry entry = pending.takeLast();
         QAStNode* node = entry.node;
         _out << QString(entry.depth * 2, QLatin1Char(' ')) << node->name() << "  (" << kindOf(node) << ", "
-             << stateName(node->effectiveState()) << ", " << statusName(node->executionStatus()) << ")\n";
+             << stateName(node->effectiveState()) << ", " << executionStatusName(node->executionStatus()) << ")\n";
         const QList<QAStNode*> children = node->children();
         for (qsizetype i = children.size() - 1; i >= 0; --i)
             pending.append({children.at(i), entry.depth + 1});
@@ -310,7 +297,7 @@ void BatchSession::nodeFinished()
     if (!node || !_started.contains(node))
         return;
     const qint64 elapsed = _started.take(node).elapsed();
-    _out << "end " << pathOf(node) << ": " << statusName(node->executionStatus())
+    _out << "end " << pathOf(node) << ": " << executionStatusName(node->executionStatus())
          << QStringLiteral(" (%1 s)").arg(elapsed / 1000.0, 0, 'f', 2) << '\n';
     _out.flush();
 }
@@ -347,7 +334,7 @@ int BatchSession::run(const QString& command, QAStNode* node)
     QCoreApplication::sendPostedEvents();
     disconnect(end);
     const int status = node->executionStatus();
-    _out << command << ' ' << pathOf(node) << ": " << statusName(status)
+    _out << command << ' ' << pathOf(node) << ": " << executionStatusName(status)
          << QStringLiteral(" (%1 s)").arg(whole.elapsed() / 1000.0, 0, 'f', 2) << '\n';
     _out.flush();
     _running = nullptr;
