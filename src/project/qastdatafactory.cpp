@@ -1,5 +1,6 @@
 #include "qastdatafactory.h"
 
+#include "nodetestinterface.h"
 #include "qastfile.h"
 #include "qastfolder.h"
 #include "qastnodegroup.h"
@@ -13,6 +14,30 @@ namespace {
 // The codes are those of the project file's element table; a code stays with
 // its element even while other codes are unused.
 enum ClassCode { CodeFolder = 1, CodeFile = 2, CodeGroup = 12, CodeSubProject = 13 };
+
+QHash<QString, QAStDataFactory::Maker>& makers()
+{
+    static QHash<QString, QAStDataFactory::Maker> map = [] {
+        QHash<QString, QAStDataFactory::Maker> m;
+        m.insert(QStringLiteral("QAStNodeGroup"),
+                 [](const QString& name, QAStData* parent, QAStData* after, QAStData*) -> QAStData* {
+                     return new QAStNodeGroup(name, parent, after);
+                 });
+        return m;
+    }();
+    return map;
+}
+
+struct TestNodeProviders {
+    QStringList features;
+    QHash<QString, NodeTestInterface*> providers;
+};
+
+TestNodeProviders& testNodeProviders()
+{
+    static TestNodeProviders providers;
+    return providers;
+}
 
 } // namespace
 
@@ -52,4 +77,51 @@ QAStData* QAStDataFactory::create(const QDomElement& element, int version, QAStD
     }
     warning("No plugin found for feature %s", qPrintable(element.tagName()));
     return nullptr;
+}
+
+void QAStDataFactory::registerMaker(const QString& className, const Maker& maker)
+{
+    if (maker)
+        makers().insert(className, maker);
+    else
+        makers().remove(className);
+}
+
+bool QAStDataFactory::hasMaker(const QString& className)
+{
+    return makers().contains(className);
+}
+
+QAStData* QAStDataFactory::make(const QString& className, const QString& name, QAStData* parent,
+                                QAStData* after, QAStData* subject)
+{
+    const auto it = makers().constFind(className);
+    if (it == makers().constEnd()) {
+        warning("QAStDataFactory: no class %s to make %s", qPrintable(className), qPrintable(name));
+        return nullptr;
+    }
+    return it.value()(name, parent, after, subject);
+}
+
+void QAStDataFactory::registerTestNode(const QString& feature, NodeTestInterface* provider)
+{
+    TestNodeProviders& registry = testNodeProviders();
+    if (!provider) {
+        registry.features.removeAll(feature);
+        registry.providers.remove(feature);
+        return;
+    }
+    if (!registry.providers.contains(feature))
+        registry.features.append(feature);
+    registry.providers.insert(feature, provider);
+}
+
+QStringList QAStDataFactory::testNodeFeatures()
+{
+    return testNodeProviders().features;
+}
+
+NodeTestInterface* QAStDataFactory::queryTestNode(const QString& feature)
+{
+    return testNodeProviders().providers.value(feature);
 }

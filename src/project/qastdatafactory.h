@@ -4,7 +4,11 @@
 
 #include <QHash>
 #include <QString>
+#include <QStringList>
 
+#include <functional>
+
+class NodeTestInterface;
 class QAStData;
 class QDomElement;
 
@@ -20,6 +24,30 @@ public:
 
     /// The class code of an element name, or -1.
     static int classCode(const QString& elementName);
+
+    /// Makes a new object of one class from values: named \a name, attached
+    /// to \a parent behind \a after. \a subject is the object that the new one
+    /// stands for, such as the target of a reference; null for other kinds.
+    using Maker = std::function<QAStData*(const QString& name, QAStData* parent, QAStData* after,
+                                          QAStData* subject)>;
+
+    /// Lets the commands that make nodes reach a class that this layer does
+    /// not know: the class registers its maker under its class name. A null
+    /// maker takes the class out again.
+    static void registerMaker(const QString& className, const Maker& maker);
+    static bool hasMaker(const QString& className);
+    /// The new object, or null with a trace line when no maker is registered
+    /// under \a className.
+    static QAStData* make(const QString& className, const QString& name, QAStData* parent,
+                          QAStData* after, QAStData* subject = nullptr);
+
+    /// The test node kinds that providers offer, by feature name, in the
+    /// order of registration. The interface is not owned; null takes the
+    /// feature out.
+    static void registerTestNode(const QString& feature, NodeTestInterface* provider);
+    static QStringList testNodeFeatures();
+    /// The provider of \a feature, or null. The caller releases it.
+    static NodeTestInterface* queryTestNode(const QString& feature);
 
 private:
     static const QHash<QString, int>& elementMap();

@@ -6,9 +6,13 @@
 #include "qasttargetpackage.h"
 #include "qasttargetpackagelist.h"
 #include "qaprocess.h"
+#include "qastdatafactory.h"
 #include "qatrace.h"
 #include "studiointerface.h"
 
+#include <QGuiApplication>
+#include <QRegExp>
+#include <QWidget>
 #include <QDir>
 #include <QDomElement>
 #include <QFile>
@@ -248,6 +252,119 @@ void QAStNode::settingsCommited()
         node->forceRebuild = true;
         node->modified = true;
     }
+}
+
+void QAStNode::openReportById(int id)
+{
+    openReportById(id, true);
+}
+
+void QAStNode::openReportById(int id, bool showError)
+{
+    const QString name = getViewerNameById(id);
+    if (!name.isNull())
+        openReportByName(name, showError);
+}
+
+void QAStNode::openReportByName(const QString& name)
+{
+    openReportByName(name, true);
+}
+
+void QAStNode::openReportByName(const QString& name, bool showError)
+{
+    StudioInterface* studio = studioIFace();
+    if (!studio || disableViewerList().contains(name))
+        return;
+    if (name == QLatin1String("All_Report")) {
+        // A viewer without files stays closed here: one command, no boxes.
+        studio->setUpdatesEnabled(false);
+        for (const QString& viewer : studio->viewerFeatureList())
+            openReportByName(viewer, false);
+        studio->setUpdatesEnabled(true);
+        return;
+    }
+    const QString title = tr("%1 Viewer").arg(name);
+    QStringList files;
+    bool found = false;
+    outFileNameForViewer(name, files, &found);
+    if (!found) {
+        studio->messageBox(QMessageBox::Critical, title, tr("Unable to access to the viewer interface."));
+        return;
+    }
+    if (files.isEmpty()) {
+        if (showError)
+            studio->messageBox(QMessageBox::Critical, title,
+                               tr("Cannot view this report. \nNo file generated."));
+        return;
+    }
+    const bool gui = qobject_cast<QGuiApplication*>(QCoreApplication::instance());
+    if (gui)
+        QGuiApplication::setOverrideCursor(Qt::WaitCursor);
+    QWidget* window = studio->openViewer(name, files, viewers.value(name));
+    if (window) {
+        QStringList path(QAStData::name());
+        for (QAStData* up = parent(); up; up = up->parent())
+            path.prepend(up->name());
+        window->setWindowTitle(path.join(QLatin1Char('.')));
+        viewers.insert(name, window);
+        studio->showViewer(window);
+    }
+    if (gui)
+        QGuiApplication::restoreOverrideCursor();
+}
+
+void QAStNode::outFileNameForViewer(const QString& viewer, QStringList& out, bool* found)
+{
+    if (found)
+        *found = false;
+    StudioInterface* studio = studioIFace();
+    if (!studio)
+        return;
+    bool known = false;
+    const QStringList patterns = studio->viewerFilters(viewer, &known);
+    if (found)
+        *found = known;
+    if (!known)
+        return;
+    QStringList files;
+    listOutFileNames(files);
+    for (const QString& pattern : patterns) {
+        const QStringList parts = pattern.split(QLatin1Char(';'), Qt::SkipEmptyParts);
+        int satisfied = 0;
+        for (const QString& part : parts) {
+            const QRegExp wildcard(part, Qt::CaseInsensitive, QRegExp::Wildcard);
+            bool matched = false;
+            for (const QString& file : files) {
+                if (wildcard.indexIn(file) != -1) {
+                    out.append(file);
+                    matched = true;
+                }
+            }
+            if (matched)
+                ++satisfied;
+        }
+        if (!out.isEmpty() && satisfied == parts.size())
+            return;
+        out.clear();
+    }
+}
+
+void QAStNode::addUserNode()
+{
+    if (QAStData* node = QAStDataFactory::make(QStringLiteral("QAStNodeUser"),
+                                               tr("External Command"), this, nullptr))
+        adoptAsCommand(node);
+}
+
+void QAStNode::appendUserNode()
+{
+    QAStData* holder = parent();
+    if (!holder)
+        return;
+    if (QAStData* node = QAStDataFactory::make(QStringLiteral("QAStNodeUser"),
+                                               tr("External Command"), holder, this))
+        holder->adoptAsCommand(node, this);
 }
 
 void QAStNode::moveUp()

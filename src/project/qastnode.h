@@ -41,6 +41,10 @@ public:
     virtual void outFileNamesOutOf(const QString& type, QStringList& out);
     virtual void listOutFileNames(QStringList& out);
     virtual QMap<QString, QStringList>& outFileNameMap();
+    /// The files of this subtree that the viewer \a viewer shows: those of the
+    /// first of its patterns that all find files. \a found tells whether the
+    /// host has such a viewer.
+    virtual void outFileNameForViewer(const QString& viewer, QStringList& out, bool* found = nullptr);
     virtual bool isNodeExecutable();
     virtual int executionFlag();
     virtual QString logFilename();
@@ -163,6 +167,14 @@ public slots:
     virtual void clean();
     virtual void settings();
     virtual void settingsCommited();
+    virtual void openReportById(int id);
+    virtual void openReportById(int id, bool showError);
+    virtual void openReportByName(const QString& name);
+    /// Shows this subtree's files of the viewer \a name, or of every viewer
+    /// for "All_Report", in a window of the host's.
+    virtual void openReportByName(const QString& name, bool showError);
+    virtual void addUserNode();
+    virtual void appendUserNode();
     virtual void moveUp();
     virtual void moveDown();
     virtual void buildScriptTerminated();
@@ -191,6 +203,8 @@ protected:
     QList<QPointer<QAStNode>>* childIterator = nullptr;
     qsizetype childPosition = 0;
     QMap<QString, QStringList> outFileNamesMap;
+    /// The open report window of each viewer; a window the user closed is gone.
+    QMap<QString, QPointer<QWidget>> viewers;
     QString perlscriptBeforeChild;
     QString perlscriptAfterChild;
     QString _currentConfiguration;

@@ -1,11 +1,17 @@
 #include "qastnodecontainer.h"
 
-#include "qastnodegroup.h"
+#include "nodetestinterface.h"
+#include "qastdatafactory.h"
+#include "qastdataundoaction.h"
+#include "qastdataundoactionmanager.h"
+#include "qatrace.h"
 #include "studiointerface.h"
 
 #include <QDomElement>
 #include <QKeySequence>
 #include <QMenu>
+#include <QMetaMethod>
+#include <QMimeData>
 #include <QTextStream>
 
 namespace {
@@ -29,6 +35,31 @@ const ReportRow reportRows[] = {
     {"WCET", QT_TRANSLATE_NOOP("QAStNodeContainer", "Worst Case Times"), "TQF"},
     {"WSS", QT_TRANSLATE_NOOP("QAStNodeContainer", "Stack Size Profile"), "TZF"},
 };
+
+struct NodeKind {
+    const char* className;
+    const char* title;
+    const char* label;
+};
+
+const NodeKind nodeKinds[] = {
+    {"QAStNodeGroup", QT_TRANSLATE_NOOP("QAStNodeContainer", "Create Group Node"),
+     QT_TRANSLATE_NOOP("QAStNodeContainer", "Name of the group:")},
+    {"QAStNodeLibrary", QT_TRANSLATE_NOOP("QAStNodeContainer", "Create Library Node"),
+     QT_TRANSLATE_NOOP("QAStNodeContainer", "Name of your library:")},
+    {"QAStNodeApplication", QT_TRANSLATE_NOOP("QAStNodeContainer", "Create Application Node"),
+     QT_TRANSLATE_NOOP("QAStNodeContainer", "Name of your application:")},
+    {"QAStNodeUnitTesting",
+     QT_TRANSLATE_NOOP("QAStNodeContainer", "Create Component Testing for C or Ada Node"),
+     QT_TRANSLATE_NOOP("QAStNodeContainer", "Name of your test:")},
+    {"QAStNodeObjectTesting", QT_TRANSLATE_NOOP("QAStNodeContainer", "Create Component Testing for C++ Node"),
+     QT_TRANSLATE_NOOP("QAStNodeContainer", "Name of your test:")},
+    {"QAStNodeSystemTesting", QT_TRANSLATE_NOOP("QAStNodeContainer", "Create System Testing Node"),
+     QT_TRANSLATE_NOOP("QAStNodeContainer", "Name of your test:")},
+};
+
+// Identifiers of the test node kinds of providers in the creation menus.
+const int FirstPluginId = 10;
 
 } // namespace
 
@@ -92,8 +123,32 @@ QStringList QAStNodeContainer::vcsItems()
 
 void QAStNodeContainer::doubleClickAction()
 {
-    // A double click opens all reports through the viewers of the host; a
-    // node reaches no viewer yet, so there is nothing to show.
+    if (studioIFace())
+        openReportById(1000, true);
+}
+
+void QAStNodeContainer::switchFileKeys(bool absolute)
+{
+    const char* method = absolute ? "changeKeyToAbsoluteFilePath" : "changeKeyToRelativeFilePath";
+    for (QAStData* reference : childrenOfClass("QAStNodeFileRef", true))
+        QMetaObject::invokeMethod(reference, method);
+}
+
+void QAStNodeContainer::copy()
+{
+    // Absolute keys, so that the text still names the same files when it is
+    // pasted into another project.
+    switchFileKeys(true);
+    QAStNode::copy();
+    switchFileKeys(false);
+}
+
+QMimeData* QAStNodeContainer::dragObject(bool copy, QWidget* dragSource)
+{
+    switchFileKeys(true);
+    QMimeData* mime = QAStNode::dragObject(copy, dragSource);
+    switchFileKeys(false);
+    return mime;
 }
 
 // ---------------------------------------------------------------------------
@@ -121,23 +176,127 @@ QString QAStNodeContainer::getNodeName(const QString& title, const QString& labe
     }
 }
 
-void QAStNodeContainer::addGroupNode()
+void QAStNodeContainer::makeNode(const char* className, bool append)
 {
-    const QString name = getNodeName(tr("Create Group Node"), tr("Name of the group:"));
-    if (name.isNull())
-        return;
-    adoptAsCommand(new QAStNodeGroup(name, this, nullptr));
-}
-
-void QAStNodeContainer::appendGroupNode()
-{
-    QAStData* holder = parent();
+    QAStData* holder = append ? QAStData::parent() : this;
     if (!holder)
         return;
-    const QString name = getNodeName(tr("Create Group Node"), tr("Name of the group:"));
+    const NodeKind* kind = nullptr;
+    for (const NodeKind& candidate : nodeKinds) {
+        if (qstrcmp(candidate.className, className) == 0)
+            kind = &candidate;
+    }
+    Q_ASSERT(kind);
+    // Asking for a name that could not be used would only mislead the user.
+    if (!QAStDataFactory::hasMaker(QLatin1String(className))) {
+        warning("QAStNodeContainer: no class %s to make", className);
+        return;
+    }
+    const QString name = getNodeName(tr(kind->title), tr(kind->label));
     if (name.isNull())
         return;
-    holder->adoptAsCommand(new QAStNodeGroup(name, holder, this), this);
+    QAStData* after = append ? this : nullptr;
+    if (QAStData* node = QAStDataFactory::make(QLatin1String(className), name, holder, after))
+        holder->adoptAsCommand(node, after);
+}
+
+void QAStNodeContainer::addGroupNode() { makeNode("QAStNodeGroup", false); }
+void QAStNodeContainer::addLibraryNode() { makeNode("QAStNodeLibrary", false); }
+void QAStNodeContainer::addApplicationNode() { makeNode("QAStNodeApplication", false); }
+void QAStNodeContainer::addUnitTestingNode() { makeNode("QAStNodeUnitTesting", false); }
+void QAStNodeContainer::addObjectTestingNode() { makeNode("QAStNodeObjectTesting", false); }
+void QAStNodeContainer::addSystemTestingNode() { makeNode("QAStNodeSystemTesting", false); }
+void QAStNodeContainer::appendGroupNode() { makeNode("QAStNodeGroup", true); }
+void QAStNodeContainer::appendLibraryNode() { makeNode("QAStNodeLibrary", true); }
+void QAStNodeContainer::appendApplicationNode() { makeNode("QAStNodeApplication", true); }
+void QAStNodeContainer::appendUnitTestingNode() { makeNode("QAStNodeUnitTesting", true); }
+void QAStNodeContainer::appendObjectTestingNode() { makeNode("QAStNodeObjectTesting", true); }
+void QAStNodeContainer::appendSystemTestingNode() { makeNode("QAStNodeSystemTesting", true); }
+
+void QAStNodeContainer::makePluginNode(const QString& feature, bool append)
+{
+    QAStData* holder = append ? QAStData::parent() : this;
+    if (!holder)
+        return;
+    NodeTestInterface* provider = QAStDataFactory::queryTestNode(feature);
+    if (!provider)
+        return;
+    QAStData* node = nullptr;
+    QAStData* after = append ? this : nullptr;
+    const QString name = getNodeName(tr("Create %1 Node").arg(provider->name(feature)),
+                                     tr("Name of your test:"));
+    if (!name.isNull())
+        node = provider->nodeTest(feature, name, holder, after);
+    provider->release();
+    if (node)
+        holder->adoptAsCommand(node, after);
+}
+
+void QAStNodeContainer::addTestNodePlugin(const QString& feature) { makePluginNode(feature, false); }
+void QAStNodeContainer::appendTestNodePlugin(const QString& feature) { makePluginNode(feature, true); }
+
+void QAStNodeContainer::addChildWithId(int id)
+{
+    warning("addChildWithId = %d", id);
+    const QStringList features = QAStDataFactory::testNodeFeatures();
+    if (id >= FirstPluginId && id - FirstPluginId < features.size())
+        addTestNodePlugin(features.at(id - FirstPluginId));
+}
+
+void QAStNodeContainer::appendWithId(int id)
+{
+    warning("appendWithId = %d", id);
+    const QStringList features = QAStDataFactory::testNodeFeatures();
+    if (id >= FirstPluginId && id - FirstPluginId < features.size())
+        appendTestNodePlugin(features.at(id - FirstPluginId));
+}
+
+void QAStNodeContainer::addLibraryReference()
+{
+    StudioInterface* studio = studioIFace();
+    if (!studio)
+        return;
+    const QString linkClass = QStringLiteral("QAStNodeLink");
+    if (!QAStDataFactory::hasMaker(linkClass)) {
+        warning("QAStNodeContainer: no class %s to make", qPrintable(linkClass));
+        return;
+    }
+    QAStData* scope = project() ? project() : root();
+    const QList<QAStData*> libraries = scope->childrenOfClass("QAStNodeLibrary", true);
+    if (libraries.isEmpty()) {
+        studio->messageBox(QMessageBox::Warning, studio->applicationName(),
+                           tr("No library has been created in the project.\n"
+                              "Creates a library node before and retry it"));
+        return;
+    }
+    QStringList names;
+    QMap<QString, QAStData*> byName;
+    for (QAStData* library : libraries) {
+        if (library == this)
+            continue;
+        names << library->name();
+        byName.insert(library->name(), library);
+    }
+    bool ok = false;
+    const QStringList checked =
+        studio->getCheckedItems(studio->applicationName(), tr("Select library node"), names, &ok);
+    if (!ok)
+        return;
+    // One command for all the links, so that one undo takes them all away.
+    QList<QAStDataUndoAction*> actions;
+    for (const QString& name : checked) {
+        QAStData* library = byName.value(name);
+        if (!library)
+            continue;
+        QAStData* link = QAStDataFactory::make(linkClass, name, this, nullptr, library);
+        if (!link)
+            continue;
+        link->setName(name + QLatin1String("(library)"));
+        addChild(link, nullptr);
+        actions << new QAStDataUndoAction(QAStDataUndoAction::Added, link);
+    }
+    if (!actions.isEmpty())
+        undoManager()->add(actions);
 }
 
 // ---------------------------------------------------------------------------
@@ -148,7 +307,14 @@ QAction* QAStNodeContainer::addAction(QMenu* menu, const QString& text, const ch
 {
     QAction* action = icon ? menu->addAction(QIcon(pixmap(QString::fromLatin1(icon))), text)
                            : menu->addAction(text);
-    if (slot)
+    if (!slot)
+        return action;
+    // Some commands come with node kinds of their own: until such a class
+    // stands, its item is there and does nothing.
+    const QByteArray signature = QMetaObject::normalizedSignature(slot + 1);
+    if (metaObject()->indexOfSlot(signature.constData()) < 0)
+        warning("QAStNodeContainer: no command %s behind \"%s\"", signature.constData(), qPrintable(text));
+    else
         connect(action, SIGNAL(triggered()), this, slot);
     return action;
 }
@@ -214,7 +380,16 @@ QMenu* QAStNodeContainer::popupMenu(QWidget* parent)
 QMenu* QAStNodeContainer::addChildPopupMenu(QWidget* parent)
 {
     auto* menu = new QMenu(parent);
+    addAction(menu, tr("Add a New File..."), SLOT(addNewFile()));
     addAction(menu, tr("Group..."), SLOT(addGroupNode()));
+    addAction(menu, tr("Files..."), SLOT(addFiles()));
+    addAction(menu, tr("Library..."), SLOT(addLibraryNode()));
+    addAction(menu, tr("Application..."), SLOT(addApplicationNode()));
+    addAction(menu, tr("Component Testing for C++..."), SLOT(addObjectTestingNode()));
+    addAction(menu, tr("System Testing..."), SLOT(addSystemTestingNode()));
+    addAction(menu, tr("Component Testing for C or Ada..."), SLOT(addUnitTestingNode()));
+    addAction(menu, tr("External command..."), SLOT(addUserNode()));
+    addPluginTestNodeMenuItem(menu, SLOT(addChildWithId(int)));
     return menu;
 }
 
@@ -222,7 +397,43 @@ QMenu* QAStNodeContainer::addNextPopupMenu(QWidget* parent)
 {
     auto* menu = new QMenu(parent);
     addAction(menu, tr("Group..."), SLOT(appendGroupNode()));
+    addAction(menu, tr("Library..."), SLOT(appendLibraryNode()));
+    addAction(menu, tr("Application..."), SLOT(appendApplicationNode()));
+    addAction(menu, tr("Component Testing for C++..."), SLOT(appendObjectTestingNode()));
+    addAction(menu, tr("System Testing..."), SLOT(appendSystemTestingNode()));
+    addAction(menu, tr("Component Testing for C or Ada..."), SLOT(appendUnitTestingNode()));
+    addAction(menu, tr("External command..."), SLOT(appendUserNode()));
+    addPluginTestNodeMenuItem(menu, SLOT(appendWithId(int)));
     return menu;
+}
+
+void QAStNodeContainer::addPluginTestNodeMenuItem(QMenu* menu, const char* slot)
+{
+    if (!menu || !slot)
+        return;
+    const QStringList features = QAStDataFactory::testNodeFeatures();
+    int id = FirstPluginId;
+    // A feature whose provider is gone keeps its identifier, so that the
+    // identifiers stay the positions in the list.
+    for (const QString& feature : features) {
+        if (NodeTestInterface* provider = QAStDataFactory::queryTestNode(feature)) {
+            menu->addAction(provider->name(feature))->setData(id);
+            provider->release();
+        }
+        ++id;
+    }
+    if (features.isEmpty())
+        return;
+    menu->addSeparator();
+    const QByteArray signature = QMetaObject::normalizedSignature(slot + 1);
+    const QMetaMethod method = metaObject()->method(metaObject()->indexOfSlot(signature.constData()));
+    Q_ASSERT(method.isValid());
+    connect(menu, &QMenu::triggered, this, [this, method](QAction* action) {
+        bool isId = false;
+        const int chosen = action->data().toInt(&isId);
+        if (isId)
+            method.invoke(this, Q_ARG(int, chosen));
+    });
 }
 
 QMenu* QAStNodeContainer::viewPopupMenu(QWidget* parent)
@@ -243,6 +454,12 @@ QMenu* QAStNodeContainer::viewPopupMenu(QWidget* parent)
         action->setEnabled(!files.isEmpty());
     }
     addExtendedViewer(menu);
+    connect(menu, &QMenu::triggered, this, [this](QAction* action) {
+        bool isId = false;
+        const int id = action->data().toInt(&isId);
+        if (isId)
+            openReportById(id);
+    });
     return menu;
 }
 
@@ -256,8 +473,8 @@ void QAStNodeContainer::addExtendedViewer(QMenu* menu)
     for (const QString& viewer : sorted) {
         QAction* action = menu->addAction(tr(viewer.toUtf8().constData()));
         action->setData(getViewerIdByName(viewer));
-        // A viewer of a plug-in finds its files through the plug-in, which a
-        // node cannot reach yet: the item stays disabled.
-        action->setEnabled(false);
+        QStringList files;
+        outFileNameForViewer(viewer, files);
+        action->setEnabled(!files.isEmpty());
     }
 }

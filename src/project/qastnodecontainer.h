@@ -26,17 +26,38 @@ public:
     void doubleClickAction() override;
     void write(QTextStream& stream, int indent) override;
     bool acceptDrop(QAStData* data) const override;
+    QMimeData* dragObject(bool copy, QWidget* dragSource) override;
     QStringList disableViewerList() const override;
 
     /// Asks for the name of a new node until the user gives one that no node
     /// of this project has, or cancels: then the answer is a null string.
     QString getNodeName(const QString& title, const QString& label);
+    /// One item for each test node kind of the providers, whose identifier,
+    /// from 10 on, goes to \a slot (a slot of this node taking an int).
+    void addPluginTestNodeMenuItem(QMenu* menu, const char* slot);
     void addExtendedViewer(QMenu* menu);
     void setExtendedViewers(const QStringList& viewers) { extendedViewers = viewers; }
 
 public slots:
     virtual void addGroupNode();
+    virtual void addLibraryNode();
+    virtual void addApplicationNode();
+    virtual void addUnitTestingNode();
+    virtual void addObjectTestingNode();
+    virtual void addSystemTestingNode();
     virtual void appendGroupNode();
+    virtual void appendLibraryNode();
+    virtual void appendApplicationNode();
+    virtual void appendUnitTestingNode();
+    virtual void appendObjectTestingNode();
+    virtual void appendSystemTestingNode();
+    virtual void addTestNodePlugin(const QString& feature);
+    virtual void appendTestNodePlugin(const QString& feature);
+    virtual void addChildWithId(int id);
+    virtual void appendWithId(int id);
+    /// Links to libraries of the project that the user picks, as children.
+    virtual void addLibraryReference();
+    void copy() override;
 
 protected:
     /// Reads the `group` element and the children it holds.
@@ -48,4 +69,7 @@ private:
     QAction* addAction(QMenu* menu, const QString& text, const char* slot,
                        const char* icon = nullptr);
     bool treeLocked();
+    void makeNode(const char* className, bool append);
+    void makePluginNode(const QString& feature, bool append);
+    void switchFileKeys(bool absolute);
 };

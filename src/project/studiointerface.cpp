@@ -1,7 +1,13 @@
 #include "studiointerface.h"
 
+#include <QDialog>
+#include <QDialogButtonBox>
 #include <QInputDialog>
+#include <QLabel>
+#include <QListWidget>
 #include <QMessageBox>
+#include <QPushButton>
+#include <QVBoxLayout>
 
 StudioInterface::~StudioInterface() = default;
 
@@ -44,3 +50,48 @@ QString StudioInterface::getText(const QString& caption, const QString& label, c
 {
     return QInputDialog::getText(mainWindow(), caption, label, QLineEdit::Normal, text, ok);
 }
+
+QStringList StudioInterface::getCheckedItems(const QString& caption, const QString& label,
+                                             const QStringList& items, bool* ok)
+{
+    QDialog dialog(mainWindow());
+    dialog.setWindowTitle(caption);
+    auto* layout = new QVBoxLayout(&dialog);
+    layout->addWidget(new QLabel(label, &dialog));
+    auto* list = new QListWidget(&dialog);
+    for (const QString& text : items) {
+        auto* item = new QListWidgetItem(text, list);
+        item->setFlags(item->flags() | Qt::ItemIsUserCheckable);
+        item->setCheckState(Qt::Unchecked);
+    }
+    layout->addWidget(list);
+    auto* buttons = new QDialogButtonBox(&dialog);
+    buttons->addButton(QDialog::tr("&Ok"), QDialogButtonBox::AcceptRole);
+    buttons->addButton(QDialog::tr("&Cancel"), QDialogButtonBox::RejectRole);
+    QObject::connect(buttons, &QDialogButtonBox::accepted, &dialog, &QDialog::accept);
+    QObject::connect(buttons, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);
+    layout->addWidget(buttons);
+
+    const bool accepted = dialog.exec() == QDialog::Accepted;
+    if (ok)
+        *ok = accepted;
+    QStringList checked;
+    if (!accepted)
+        return checked;
+    for (int row = 0; row < list->count(); ++row) {
+        if (list->item(row)->checkState() == Qt::Checked)
+            checked << list->item(row)->text();
+    }
+    return checked;
+}
+
+QStringList StudioInterface::viewerFilters(const QString&, bool* found)
+{
+    if (found)
+        *found = false;
+    return QStringList();
+}
+
+QWidget* StudioInterface::openViewer(const QString&, const QStringList&, QWidget*) { return nullptr; }
+void StudioInterface::showViewer(QWidget*) {}
+void StudioInterface::setUpdatesEnabled(bool) {}

@@ -72,4 +72,22 @@ public:
     /// cancelled; a host that runs without a user cancels.
     virtual QString getText(const QString& caption, const QString& label, const QString& text,
                             bool* ok);
+    /// Asks the user to tick any of \a items in a list labelled \a label and
+    /// answers the ticked ones, in the order of \a items. \a ok is false when
+    /// the user cancelled; a host that runs without a user cancels.
+    virtual QStringList getCheckedItems(const QString& caption, const QString& label,
+                                        const QStringList& items, bool* ok);
+
+    /// The file patterns of the viewer \a viewer: each one a ";"-separated set
+    /// of wildcards that must all find files. \a found is false when the host
+    /// has no such viewer.
+    virtual QStringList viewerFilters(const QString& viewer, bool* found);
+    /// Shows \a files in a window of the viewer \a viewer: in \a window when
+    /// the viewer made it before, else in a new one. Answers the window, or
+    /// null when the viewer could not open one.
+    virtual QWidget* openViewer(const QString& viewer, const QStringList& files, QWidget* window);
+    /// Takes a viewer window among the host's windows and raises it.
+    virtual void showViewer(QWidget* window);
+    /// Holds back the host's repainting while many windows open at once.
+    virtual void setUpdatesEnabled(bool enabled);
 };

@@ -106,3 +106,34 @@ QString RecordingHost::getText(const QString& caption, const QString& label, con
         *ok = !answer.isNull();
     return answer;
 }
+
+QStringList RecordingHost::getCheckedItems(const QString& caption, const QString& label,
+                                           const QStringList& items, bool* ok)
+{
+    checkQuestions << caption + QLatin1Char('|') + label + QLatin1Char('|') + items.join(QLatin1Char(','));
+    if (ok)
+        *ok = !checkCancels;
+    QStringList checked;
+    for (const QString& item : items) {
+        if (checkAnswers.contains(item))
+            checked << item;
+    }
+    return checked;
+}
+
+QStringList RecordingHost::viewerFilters(const QString& viewer, bool* found)
+{
+    if (found)
+        *found = viewerFilterMap.contains(viewer);
+    return viewerFilterMap.value(viewer);
+}
+
+QWidget* RecordingHost::openViewer(const QString& viewer, const QStringList& files, QWidget* window)
+{
+    viewerRequests << viewer + QLatin1String(": ") + files.join(QLatin1Char(' '))
+            + (window ? QStringLiteral(" (again)") : QString());
+    if (window)
+        return window;
+    viewerWindows.push_back(std::make_unique<QWidget>());
+    return viewerWindows.back().get();
+}

@@ -4,8 +4,13 @@
 #include "studiointerface.h"
 
 #include <QList>
+#include <QMap>
 #include <QString>
 #include <QStringList>
+#include <QWidget>
+
+#include <memory>
+#include <vector>
 
 /// A host for tests: it answers the staged reference installation for every
 /// directory, runs scripts with the staged interpreter command, and records
@@ -72,6 +77,17 @@ public:
     QString getText(const QString& caption, const QString& label, const QString& text,
                     bool* ok) override;
 
+    /// Records "caption|label|item,item..." and answers the items of
+    /// checkAnswers that are offered, or cancels while checkCancels is set.
+    QStringList getCheckedItems(const QString& caption, const QString& label, const QStringList& items,
+                                bool* ok) override;
+
+    /// The patterns of viewerFilterMap for a viewer listed there; a viewer
+    /// opens a window of its own, which the host keeps, when it has files.
+    QStringList viewerFilters(const QString& viewer, bool* found) override;
+    QWidget* openViewer(const QString& viewer, const QStringList& files, QWidget* window) override;
+    void showViewer(QWidget* window) override { shownViewers << window; }
+
     /// All text that reached console \a id, in arrival order.
     QString consoleText(int id, bool errorsOnly = false) const;
 
@@ -83,6 +99,14 @@ public:
     QStringList boxes;
     QStringList textAnswers;
     QStringList textQuestions;
+    QStringList checkAnswers;
+    QStringList checkQuestions;
+    bool checkCancels = false;
+    QMap<QString, QStringList> viewerFilterMap;
+    /// "viewer: file file..." for each window opened or refilled.
+    QStringList viewerRequests;
+    QList<QWidget*> shownViewers;
+    std::vector<std::unique_ptr<QWidget>> viewerWindows;
     int boxAnswer = 0;
     int raised = 0;
     int prepared = 0;
