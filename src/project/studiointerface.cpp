@@ -1,7 +1,14 @@
 #include "studiointerface.h"
 
+#include "qastfolderdialog.h"
+
+#include <QFileDialog>
+#include <QFormLayout>
 #include <QInputDialog>
+#include <QLineEdit>
 #include <QMessageBox>
+#include <QWizard>
+#include <QWizardPage>
 
 StudioInterface::~StudioInterface() = default;
 
@@ -43,4 +50,45 @@ QString StudioInterface::getText(const QString& caption, const QString& label, c
                                  bool* ok)
 {
     return QInputDialog::getText(mainWindow(), caption, label, QLineEdit::Normal, text, ok);
+}
+
+QString StudioInterface::getOpenFileName(const QString& caption, const QString& directory,
+                                         const QString& filter)
+{
+    return QFileDialog::getOpenFileName(mainWindow(), caption, directory, filter);
+}
+
+bool StudioInterface::getProjectLocation(const QString& caption, const QString& pageTitle, QString* name,
+                                         QString* location)
+{
+    QWizard wizard(mainWindow());
+    wizard.setWindowTitle(caption);
+    auto* page = new QWizardPage;
+    page->setTitle(pageTitle);
+    auto* form = new QFormLayout(page);
+    auto* nameEdit = new QLineEdit(page);
+    auto* locationEdit = new QLineEdit(page);
+    form->addRow(QWizard::tr("Name:"), nameEdit);
+    form->addRow(QWizard::tr("Location:"), locationEdit);
+    wizard.addPage(page);
+    if (wizard.exec() != QDialog::Accepted)
+        return false;
+    *name = nameEdit->text().trimmed();
+    *location = locationEdit->text().trimmed();
+    return true;
+}
+
+bool StudioInterface::getFolder(QString* name, QString* filters)
+{
+    QAStFolderDialog dialog(mainWindow());
+    if (dialog.exec() != QDialog::Accepted)
+        return false;
+    *name = dialog.folderName();
+    *filters = dialog.filters();
+    return true;
+}
+
+QWidget* StudioInterface::createViewer(const QString&, QWidget*)
+{
+    return nullptr;
 }

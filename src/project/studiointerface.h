@@ -72,4 +72,17 @@ public:
     /// cancelled; a host that runs without a user cancels.
     virtual QString getText(const QString& caption, const QString& label, const QString& text,
                             bool* ok);
+    /// Asks for one existing file; an empty answer is a cancel.
+    virtual QString getOpenFileName(const QString& caption, const QString& directory,
+                                    const QString& filter);
+    /// Asks for the name and the directory of a new project on one wizard
+    /// page; false when the user cancelled.
+    virtual bool getProjectLocation(const QString& caption, const QString& pageTitle, QString* name,
+                                    QString* location);
+    /// Asks for the name and the filters of a new folder; false when the
+    /// user cancelled.
+    virtual bool getFolder(QString* name, QString* filters);
+    /// A new window of the viewer plug-in \a feature under \a parent, or null
+    /// when the host has none of that name.
+    virtual QWidget* createViewer(const QString& feature, QWidget* parent);
 };

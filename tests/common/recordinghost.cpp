@@ -2,6 +2,7 @@
 
 #include <QDir>
 #include <QTest>
+#include <QWidget>
 
 #include <cstdio>
 
@@ -105,4 +106,38 @@ QString RecordingHost::getText(const QString& caption, const QString& label, con
     if (ok)
         *ok = !answer.isNull();
     return answer;
+}
+
+QString RecordingHost::getOpenFileName(const QString& caption, const QString& directory, const QString& filter)
+{
+    textQuestions << caption + QLatin1Char('|') + directory + QLatin1Char('|') + filter;
+    return fileAnswers.isEmpty() ? QString() : fileAnswers.takeFirst();
+}
+
+bool RecordingHost::getProjectLocation(const QString& caption, const QString& pageTitle, QString* name,
+                                       QString* location)
+{
+    textQuestions << caption + QLatin1Char('|') + pageTitle;
+    bool ok = false;
+    *name = getText(caption, QStringLiteral("name"), QString(), &ok);
+    if (ok)
+        *location = getText(caption, QStringLiteral("location"), QString(), &ok);
+    return ok;
+}
+
+bool RecordingHost::getFolder(QString* name, QString* filters)
+{
+    bool ok = false;
+    *name = getText(QStringLiteral("Folder Properties"), QStringLiteral("Folder name:"), QString(), &ok);
+    if (ok)
+        *filters = getText(QStringLiteral("Folder Properties"), QStringLiteral("Folder filters:"), QString(), &ok);
+    return ok;
+}
+
+QWidget* RecordingHost::createViewer(const QString& feature, QWidget* parent)
+{
+    if (!viewers.contains(feature))
+        return nullptr;
+    viewersMade << feature;
+    return new QWidget(parent);
 }

@@ -72,6 +72,19 @@ public:
     QString getText(const QString& caption, const QString& label, const QString& text,
                     bool* ok) override;
 
+    /// Records "caption|directory|filter" and answers the next of
+    /// fileAnswers; none left is a cancel.
+    QString getOpenFileName(const QString& caption, const QString& directory, const QString& filter) override;
+    /// Records "caption|pageTitle" and answers the next two textAnswers as
+    /// the name and the location; a null one is a cancel.
+    bool getProjectLocation(const QString& caption, const QString& pageTitle, QString* name,
+                            QString* location) override;
+    /// Answers the next two textAnswers as the name and the filters.
+    bool getFolder(QString* name, QString* filters) override;
+    /// A plain widget for a feature named in viewers, recorded in
+    /// viewersMade; null for any other.
+    QWidget* createViewer(const QString& feature, QWidget* parent) override;
+
     /// All text that reached console \a id, in arrival order.
     QString consoleText(int id, bool errorsOnly = false) const;
 
@@ -83,6 +96,8 @@ public:
     QStringList boxes;
     QStringList textAnswers;
     QStringList textQuestions;
+    QStringList fileAnswers;
+    QStringList viewersMade;
     int boxAnswer = 0;
     int raised = 0;
     int prepared = 0;
