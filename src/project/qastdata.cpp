@@ -2,6 +2,8 @@
 
 #include "qafileutil.h"
 #include "qailogmonitor.h"
+#include "qapropertyattrlineedit.h"
+#include "qapropertygroup.h"
 #include "qaprocess.h"
 #include "qaresboolean.h"
 #include "qaresgroup.h"
@@ -401,6 +403,16 @@ bool QAStData::isModified() const
             return true;
     }
     return false;
+}
+
+QAPropertyGroup* QAStData::propertyGroup()
+{
+    auto* group = new QAPropertyGroup(QStringLiteral("properties"));
+    auto* name = new QAPropertyAttrLineEdit(QStringLiteral("name"), &_name);
+    name->setName(tr("Name"));
+    name->setReadOnly(!renameable);
+    group->addChild(name);
+    return group;
 }
 
 void QAStData::setAlphabeticallySorted(bool sorted, bool recursive)

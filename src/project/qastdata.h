@@ -12,6 +12,7 @@
 #include <QStringList>
 
 class QAProcess;
+class QAPropertyGroup;
 class QARes;
 class QAStProjectPref;
 class QAStDataUndoActionManager;
@@ -65,6 +66,9 @@ public:
     virtual QAStData* rootProject();
     virtual QAStData* root();
     virtual QAStData* parent() const;
+    /// The settings of this object as the properties dialog shows them; the
+    /// caller owns the group.
+    virtual QAPropertyGroup* propertyGroup();
     virtual void setIcon(const QPixmap& icon);
     virtual void setIconByFileName(const QString& fileName);
     bool isModified() const override;

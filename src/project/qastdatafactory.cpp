@@ -60,6 +60,45 @@ int QAStDataFactory::classCode(const QString& elementName)
     return elementMap().value(elementName, -1);
 }
 
+QString QAStDataFactory::resourceClassName(const QString& type)
+{
+    // Older files name a few kinds by the words the user saw then.
+    static const QHash<QString, QString> shortNames {
+        {QStringLiteral("Group"), QStringLiteral("QAStNodeGroup")},
+        {QStringLiteral("Klassor"), QStringLiteral("QAStNodeObjectTesting")},
+        {QStringLiteral("Tracer"), QStringLiteral("QAStNodeApplication")},
+        {QStringLiteral("Source"), QStringLiteral("QAStNodeSource")},
+        {QStringLiteral("TestScript"), QStringLiteral("QAStNodeTestScript")},
+        {QStringLiteral("User"), QStringLiteral("QAStNodeUser")},
+    };
+    static const QStringList classNames {
+        QStringLiteral("QAStNodeGroup"), QStringLiteral("QAStNodeObjectTesting"),
+        QStringLiteral("QAStNodeUnitTesting"), QStringLiteral("QAStNodeSystemTesting"),
+        QStringLiteral("QAStNodeApplication"), QStringLiteral("QAStNodeSource"),
+        QStringLiteral("QAStNodeSystemTestingScript"), QStringLiteral("QAStNodeUnitTestingScript"),
+        QStringLiteral("QAStNodeVirtualTester"), QStringLiteral("QAStNodeTestScript"),
+        QStringLiteral("QAStNodeUser"), QStringLiteral("QAStFolder"), QStringLiteral("QAStFile"),
+        QStringLiteral("QAStGlobalFolder"), QStringLiteral("QAStSourceFolder"),
+        QStringLiteral("QAStScriptFolder"), QStringLiteral("QAStDependenciesFolder"),
+    };
+    if (shortNames.contains(type))
+        return shortNames.value(type);
+    return classNames.contains(type) ? type : QString();
+}
+
+QAStData* QAStDataFactory::create(const QString& className, QARes* resources, QAStData* parent,
+                                  QAStData* after)
+{
+    if (className == QLatin1String("QAStNodeGroup"))
+        return new QAStNodeGroup(resources, parent, after);
+    if (className == QLatin1String("QAStFolder"))
+        return new QAStFolder(resources, parent, after);
+    if (className == QLatin1String("QAStFile"))
+        return new QAStFile(resources, parent, after);
+    warning("No plugin found for feature %s", qPrintable(className));
+    return nullptr;
+}
+
 QAStData* QAStDataFactory::create(const QDomElement& element, int version, QAStData* parent,
                                   QAStData* after)
 {

@@ -9,6 +9,7 @@
 #include <functional>
 
 class NodeTestInterface;
+class QARes;
 class QAStData;
 class QDomElement;
 
@@ -48,6 +49,15 @@ public:
     static QStringList testNodeFeatures();
     /// The provider of \a feature, or null. The caller releases it.
     static NodeTestInterface* queryTestNode(const QString& feature);
+
+    /// The class that a node "type" of the older resource form names, by
+    /// its short name or its class name; empty for a name not known.
+    static QString resourceClassName(const QString& type);
+    /// The new object of class \a className read from the older resource
+    /// form, attached to \a parent behind \a after, or null when the class
+    /// is not one that this library makes.
+    static QAStData* create(const QString& className, QARes* resources, QAStData* parent,
+                            QAStData* after);
 
 private:
     static const QHash<QString, int>& elementMap();

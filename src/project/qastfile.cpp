@@ -1,5 +1,7 @@
 #include "qastfile.h"
 
+#include "qaresgroup.h"
+#include "qaresstring.h"
 #include "qastprojectpref.h"
 #include "qatrace.h"
 
@@ -107,6 +109,41 @@ void QAStFile::init(const QDomElement& element, int version)
     const QDomElement dependencies = element.firstChildElement(QStringLiteral("dependencies"));
     for (const QString& dependency : xmlValueToStringList(dependencies.text()))
         addDependency(dependency);
+}
+
+QAStFile::QAStFile(QARes* resources, QAStData* parent, QAStData* after)
+    : QAStData(resources, parent, after)
+{
+    initGlobal();
+    init(resources);
+}
+
+void QAStFile::init(QARes* resources)
+{
+    QAResGroup* group = resources ? resources->toResGroup() : nullptr;
+    if (!group || !group->child())
+        return;
+    QAStAttribute<QString> key;
+    readStrVal(resources, "key", key);
+    QString path = key.get();
+    path.replace(QLatin1Char('\\'), QLatin1Char('/'));
+    _fileKey = path;
+    _lastFileKey = path;
+    if (QFileInfo(path).isAbsolute()) {
+        _fullPath = path;
+        _fileKey = determineRelativePathFile(path);
+    } else {
+        _fullPath = determineAbsolutePathFile(path);
+    }
+    // Older files may name a file by its key alone.
+    if (name().isEmpty())
+        nameAttribute() = QFileInfo(path).fileName();
+    if (QARes* dependencies = group->child()->search("dependencies"); dependencies && dependencies->toResGroup()) {
+        for (QARes* item = dependencies->toResGroup()->child(); item; item = item->next()) {
+            if (QAResString* dependency = item->toResString())
+                addDependency(dependency->value());
+        }
+    }
 }
 
 void QAStFile::write(QTextStream& stream, int indent)

@@ -51,6 +51,7 @@ public:
     QAStFile(const QString& key, QAStData* parent = nullptr, QAStData* after = nullptr);
     QAStFile(const QDomElement& element, int version, QAStData* parent = nullptr,
              QAStData* after = nullptr);
+    QAStFile(QARes* resources, QAStData* parent = nullptr, QAStData* after = nullptr);
 
     QMenu* popupMenu(QWidget* parent) override;
     QMenu* addChildPopupMenu(QWidget* parent) override;
@@ -88,6 +89,7 @@ public:
 private:
     void initGlobal();
     void init(const QDomElement& element, int version);
+    void init(QARes* resources);
 
     QAStAttribute<QString> _fileKey;
     QString _fullPath;

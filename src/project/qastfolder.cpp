@@ -1,5 +1,7 @@
 #include "qastfolder.h"
 
+#include "qapropertyattrlineedit.h"
+#include "qapropertygroup.h"
 #include "qastfile.h"
 #include "qastprojectpref.h"
 #include "qatrace.h"
@@ -38,6 +40,14 @@ QAStFolder::QAStFolder(const QDomElement& element, int version, QAStData* parent
 {
     initGlobal();
     init(element, version);
+}
+
+QAStFolder::QAStFolder(QARes* resources, QAStData* parent, QAStData* after)
+    : QAStData(resources, parent, after)
+{
+    setIcon(pixmap(QStringLiteral("folder_xpm")));
+    initGlobal();
+    readStrVal(resources, "filters", _filters);
 }
 
 QAStFolder::~QAStFolder() = default;
@@ -204,12 +214,9 @@ void QAStFolder::addFolder()
     StudioInterface* studio = studioIFace();
     if (!studio || !project())
         return;
-    bool ok = false;
-    const QString name = studio->getText(tr("Folder Properties"), tr("Folder name:"), QString(), &ok);
-    if (!ok || name.isEmpty())
-        return;
-    const QString filters = studio->getText(tr("Folder Properties"), tr("Folder filters:"), QString(), &ok);
-    if (ok)
+    QString name;
+    QString filters;
+    if (studio->getFolder(&name, &filters))
         addFolder(name, filters);
 }
 
@@ -286,6 +293,15 @@ void QAStFolder::taggingInformationTerminated()
 
 // ---------------------------------------------------------------------------
 // What the user sees
+
+QAPropertyGroup* QAStFolder::propertyGroup()
+{
+    QAPropertyGroup* group = QAStData::propertyGroup();
+    auto* filter = new QAPropertyAttrLineEdit(QStringLiteral("filter"), &_filters);
+    filter->setName(tr("Filters"));
+    group->addChild(filter);
+    return group;
+}
 
 bool QAStFolder::acceptDrop(QAStData* data) const
 {

@@ -19,6 +19,7 @@ public:
     QAStFolder(const QString& name, QAStData* parent = nullptr, QAStData* after = nullptr);
     QAStFolder(const QDomElement& element, int version, QAStData* parent = nullptr,
                QAStData* after = nullptr);
+    QAStFolder(QARes* resources, QAStData* parent = nullptr, QAStData* after = nullptr);
     ~QAStFolder() override;
 
     QMenu* popupMenu(QWidget* parent) override;
@@ -29,6 +30,7 @@ public:
     QStringList vcsItems() override;
     void doubleClickAction() override;
     void write(QTextStream& stream, int indent) override;
+    QAPropertyGroup* propertyGroup() override;
     bool acceptDrop(QAStData* data) const override;
     void drop(QDropEvent* event) override;
 

@@ -1,6 +1,10 @@
 #include "qastnode.h"
 
 #include "qafileutil.h"
+#include "qapropertyattrcomboint.h"
+#include "qapropertyattryesno.h"
+#include "qapropertygroup.h"
+#include "qaresgroup.h"
 #include "qastconfiguration.h"
 #include "qastproject.h"
 #include "qasttargetpackage.h"
@@ -37,6 +41,13 @@ QAStNode::QAStNode(const QDomElement& element, int version, QAStData* parent, QA
     // then replaces them.
     connectConfigurations();
     init(element, version);
+}
+
+QAStNode::QAStNode(QARes* resources, QAStData* parent, QAStData* after)
+    : QAStData(resources, parent, after)
+{
+    connectConfigurations();
+    init(resources);
 }
 
 QAStNode::~QAStNode()
@@ -108,6 +119,61 @@ void QAStNode::init(const QDomElement& element, int version)
         } else {
             displayMessage(MessageConsole, tr("Element unknown in node : %1").arg(tag));
         }
+    }
+}
+
+QAPropertyGroup* QAStNode::propertyGroup()
+{
+    QAPropertyGroup* group = QAStData::propertyGroup();
+    auto* buildState = new QAPropertyAttrComboInt(QStringLiteral("state"), &state);
+    buildState->setName(tr("Build State"));
+    buildState->insertItem(tr("Include for build"), Included);
+    buildState->insertItem(tr("Exclude for build"), Excluded);
+    buildState->insertItem(tr("Provide Report Files Only"), ReportOnly);
+    group->addChild(buildState);
+    auto* backMode = new QAPropertyAttrYesNo(QStringLiteral("backMode"), &background);
+    backMode->setName(tr("Execute in background"));
+    group->addChild(backMode);
+    return group;
+}
+
+void QAStNode::init(QARes* resources)
+{
+    QAResGroup* group = resources ? resources->toResGroup() : nullptr;
+    if (!group || !group->child())
+        return;
+    QAStAttribute<int> read;
+    readIntVal(resources, "state", read);
+    if (read.isSet && read.get() >= Included && read.get() <= ReportOnly)
+        state = read.get();
+    // Older files: "true" meant excluded, as in the project file.
+    QAStAttribute<bool> checked;
+    readBoolVal(resources, "checked", checked);
+    if (checked.isSet)
+        state = checked.get() ? Excluded : Included;
+    readBoolVal(resources, "background", background);
+    QAStAttribute<QString> before;
+    readStrVal(resources, "perlscript_before_child", before);
+    if (before.isSet)
+        perlscriptBeforeChild = before.get();
+    QAStAttribute<QString> after;
+    readStrVal(resources, "perlscript_after_child", after);
+    if (after.isSet)
+        perlscriptAfterChild = after.get();
+    QARes* list = group->child()->search("configurations");
+    if (!list || !list->toResGroup())
+        return;
+    // What the file says of a configuration replaces what the parent handed
+    // down; the others stay.
+    for (QARes* item = list->toResGroup()->child(); item; item = item->next()) {
+        auto* configuration = new QAStConfiguration(QString(), this);
+        configuration->init(item);
+        if (configuration->name().isEmpty()) {
+            delete configuration;
+            continue;
+        }
+        delete _configurations.take(configuration->name());
+        _configurations.insert(configuration->name(), configuration);
     }
 }
 

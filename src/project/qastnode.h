@@ -27,10 +27,12 @@ public:
              QAStData* after = nullptr);
     QAStNode(const QDomElement& element, int version, QAStData* parent = nullptr,
              QAStData* after = nullptr);
+    QAStNode(QARes* resources, QAStData* parent = nullptr, QAStData* after = nullptr);
     ~QAStNode() override;
 
     void write(QTextStream& stream, int indent) override;
 
+    QAPropertyGroup* propertyGroup() override;
     virtual void setState(QAStNode::State state);
     /// The store that \a config inherits from: the parent's store of the
     /// same name when \a config is this node's own; otherwise none.
@@ -187,6 +189,8 @@ public slots:
 protected:
     /// Reads the `node` element; the project document reads its own too.
     void init(const QDomElement& element, int version);
+    /// Reads the node's values of the older resource form.
+    void init(QARes* resources);
     bool nextChildToBuild();
     bool nextChildToExecute();
     bool isSkipped(QAStNode* node) const;

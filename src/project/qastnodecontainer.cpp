@@ -69,6 +69,12 @@ QAStNodeContainer::QAStNodeContainer(const QString& name, const QPixmap& icon, Q
 {
 }
 
+// The children of the older form are made by the project that reads it.
+QAStNodeContainer::QAStNodeContainer(QARes* resources, QAStData* parent, QAStData* after)
+    : QAStNode(resources, parent, after)
+{
+}
+
 QAStNodeContainer::QAStNodeContainer(const QDomElement& element, int version, QAStData* parent,
                                      QAStData* after)
     : QAStNode(element.firstChild().toElement(), version, parent, after)

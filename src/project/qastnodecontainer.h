@@ -16,6 +16,7 @@ public:
                       QAStData* after = nullptr);
     QAStNodeContainer(const QDomElement& element, int version, QAStData* parent = nullptr,
                       QAStData* after = nullptr);
+    QAStNodeContainer(QARes* resources, QAStData* parent = nullptr, QAStData* after = nullptr);
 
     QMenu* popupMenu(QWidget* parent) override;
     QMenu* addChildPopupMenu(QWidget* parent) override;

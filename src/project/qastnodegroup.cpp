@@ -25,6 +25,12 @@ QAStNodeGroup::QAStNodeGroup(const QDomElement& element, int version, QAStData* 
         setIcon(pixmap(QStringLiteral("testgroup_xpm")));
 }
 
+QAStNodeGroup::QAStNodeGroup(QARes* resources, QAStData* parent, QAStData* after)
+    : QAStNodeContainer(resources, parent, after)
+{
+    setIcon(pixmap(QStringLiteral("testgroup_xpm")));
+}
+
 bool QAStNodeGroup::abortBuildOnChildError(QAStNode* child)
 {
     // A failed child leaves its mark in the group's status, and the next

@@ -12,6 +12,7 @@ public:
     QAStNodeGroup(const QString& name, QAStData* parent = nullptr, QAStData* after = nullptr);
     QAStNodeGroup(const QDomElement& element, int version, QAStData* parent = nullptr,
                   QAStData* after = nullptr);
+    QAStNodeGroup(QARes* resources, QAStData* parent = nullptr, QAStData* after = nullptr);
 
     bool abortBuildOnChildError(QAStNode* child) override;
     void buildAfterChildren() override;

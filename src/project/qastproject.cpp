@@ -1,6 +1,12 @@
 #include "qastproject.h"
 
+#include "qapropertyattrlineedit.h"
+#include "qapropertygroup.h"
+#include "qares.h"
+#include "qaresgroup.h"
+#include "qaresstring.h"
 #include "qastconfiguration.h"
+#include "qastdatafactory.h"
 #include "qastfile.h"
 #include "qastrootfolder.h"
 #include "qastsubproject.h"
@@ -16,6 +22,8 @@
 #include <QDomElement>
 #include <QMenu>
 #include <QTextStream>
+
+#include <memory>
 
 bool QAStProject::_modeBatch = false;
 
@@ -37,6 +45,45 @@ public:
     }
     Q_DISABLE_COPY(WaitCursor)
 };
+
+// The lines of the resource reader's complaints while readResourceFile runs;
+// the reader itself is not reentrant, so one list at a time is enough.
+QStringList* resourceErrors = nullptr;
+
+void collectResourceError(const char* file, int line, int column, const QString& message)
+{
+    if (resourceErrors)
+        resourceErrors->append(QStringLiteral("%1:%2:%3:%4")
+                                   .arg(QString::fromLocal8Bit(file))
+                                   .arg(line)
+                                   .arg(column)
+                                   .arg(message.trimmed()));
+}
+
+// A resource text file, or null; each complaint of the reader is one line of
+// \a errors, and a tree read with complaints is not to be trusted.
+QARes* readResourceFile(const QString& path, QStringList* errors)
+{
+    resourceErrors = errors;
+    QARes::setErrorHandler(collectResourceError);
+    QARes* tree = QARes::read(QFile::encodeName(path).constData());
+    QARes::setErrorHandler(nullptr);
+    resourceErrors = nullptr;
+    return tree;
+}
+
+QARes* groupNamed(QARes* first, const char* tag)
+{
+    QARes* found = first ? first->search(tag) : nullptr;
+    return found && found->toResGroup() ? found : nullptr;
+}
+
+QString stringIn(QARes* group, const char* tag)
+{
+    QARes* first = group && group->toResGroup() ? group->toResGroup()->child() : nullptr;
+    QARes* found = first ? first->search(tag) : nullptr;
+    return found && found->toResString() ? found->toResString()->value() : QString();
+}
 
 // How a file tells what it holds, seen in its first lines.
 enum class ProjectFormat { Unreadable, Xml, Resource, Unknown };
@@ -108,12 +155,12 @@ unsigned int QAStProject::settingsMask() const
 
 QString QAStProject::directory()
 {
-    return _directory.isEmpty() ? QAStNodeContainer::directory() : _directory;
+    return _directory.get().isEmpty() ? QAStNodeContainer::directory() : _directory.get();
 }
 
 QString QAStProject::path() const
 {
-    return _directory + QDir::separator() + _filename;
+    return _directory.get() + QDir::separator() + _filename.get();
 }
 
 void QAStProject::storePath(const QString& path)
@@ -181,10 +228,7 @@ bool QAStProject::loadProjectFile()
         box(QMessageBox::Critical, tr("%1\n\nThis file content is not a valid project file").arg(path()));
         return false;
     case ProjectFormat::Resource:
-        box(QMessageBox::Critical, tr("%1\n\nIt is a bad project file\n%2")
-                                       .arg(_filename, tr("Project files of the older text form are not read "
-                                                          "by this version.")));
-        return false;
+        return loadResourceFile();
     case ProjectFormat::Xml:
         break;
     }
@@ -201,7 +245,7 @@ bool QAStProject::loadProjectFile()
     warning("Read XML file = %s", qPrintable(path()));
     if (!parsed) {
         box(QMessageBox::Critical, tr("%1\n\nUnable to read the project :%2 at line #%3 column #%4")
-                                       .arg(_filename, message)
+                                       .arg(_filename.get(), message)
                                        .arg(line)
                                        .arg(column));
         return false;
@@ -234,7 +278,7 @@ bool QAStProject::loadProjectFile()
             return false;
         }
         createObjectView();
-        const QString objects = _directory + QDir::separator() + browseInformationFileName();
+        const QString objects = _directory.get() + QDir::separator() + browseInformationFileName();
         warning("Read info file = %s", qPrintable(objects));
         const bool read = _rootFolder->open(objects);
         warning("Info file read");
@@ -242,12 +286,42 @@ bool QAStProject::loadProjectFile()
             && box(QMessageBox::Question,
                    tr("%1\n\nUnable to open the project Object Information File\n"
                       "Do you want to create it automatically?")
-                       .arg(_filename),
+                       .arg(_filename.get()),
                    QMessageBox::Yes | QMessageBox::No, QMessageBox::Yes)
                 == QMessageBox::Yes)
             _rootFolder->normalize();
         setCurrentConfiguration(_currentConfiguration);
     }
+    return finishLoad();
+}
+
+bool QAStProject::loadResourceFile()
+{
+    {
+        const QSignalBlocker blocker(this);
+        clearLastErrorString();
+        valid = true;
+        QStringList errors;
+        std::unique_ptr<QARes> resources(readResourceFile(path(), &errors));
+        createObjectView();
+        _loaded = true;
+        if (errors.isEmpty()) {
+            init(resources.get());
+        } else {
+            valid = false;
+            _lastErrorString += errors.join(QLatin1Char('\n')) + QLatin1Char('\n');
+        }
+    }
+    if (!isValid()) {
+        box(QMessageBox::Critical, tr("%1\n\nIt is a bad project file\n%2").arg(_filename.get(), lastErrorString()));
+        close();
+        return false;
+    }
+    return finishLoad();
+}
+
+bool QAStProject::finishLoad()
+{
     {
         const QSignalBlocker blocker(this);
         _loaded = true;
@@ -362,7 +436,7 @@ bool QAStProject::saveProcess()
         reportWriteFailure(path());
         return false;
     }
-    if (_rootFolder && !_rootFolder->save(_directory + QDir::separator() + browseInformationFileName()))
+    if (_rootFolder && !_rootFolder->save(_directory.get() + QDir::separator() + browseInformationFileName()))
         saved = false;
     // A closed sub-project holds no tree: its file stays as it is.
     for (QAStSubProject* sub : subProjects()) {
@@ -403,14 +477,14 @@ bool QAStProject::saveAs(const QString& newPath, const QString& extension)
         absolute << file->absolutePath();
     storePath(target);
     for (int i = 0; i < known.size(); ++i)
-        known.at(i)->changeFileKey(QDir(_directory).relativeFilePath(absolute.at(i)));
+        known.at(i)->changeFileKey(QDir(_directory.get()).relativeFilePath(absolute.at(i)));
     if (_rootFolder) {
         _rootFolder->setRenameable(true);
         _rootFolder->setName(name());
         _rootFolder->setRenameable(false);
     }
     const bool saved = saveProcess();
-    QDir::setCurrent(_directory);
+    QDir::setCurrent(_directory.get());
     return saved;
 }
 
@@ -418,7 +492,7 @@ void QAStProject::saveAsDialog(const QString& title, const QString& extension)
 {
     if (!_loaded)
         return;
-    const QString start = QFileInfo(_directory).isWritable() ? _directory : QDir::homePath();
+    const QString start = QFileInfo(_directory.get()).isWritable() ? _directory.get() : QDir::homePath();
     QFileDialog dialog(mainWindow(), title, start, tr("Project") + QStringLiteral(" (*.%1)").arg(extension));
     dialog.setObjectName(QStringLiteral("save file dialog"));
     dialog.setAcceptMode(QFileDialog::AcceptSave);
@@ -622,4 +696,268 @@ void QAStProject::write(QTextStream& stream, int indent)
     toStream(stream, "version_file", intToXMLValue(1), indent + 1);
     indentXML(stream, indent);
     stream << "</project>\n";
+}
+
+// ---------------------------------------------------------------------------
+// The older resource form
+//
+// An older project file holds one group PROJECT: the project's own values,
+// ROOT.configurations with one group per initial configuration, and a
+// `node` group per child, each naming its kind in `type` and holding its
+// own `node` groups. Its files stood in a workspace beside it, a ".vmw" file
+// with one group WORKSPACE that names the project in `project` and holds the
+// folders and files as `node` groups. Either file opens as a project.
+
+void QAStProject::init(QARes* resources)
+{
+    _loaded = true;
+    if (QARes* project = groupNamed(resources, "PROJECT")) {
+        initWithProject(project);
+    } else if (QARes* workspace = groupNamed(resources, "WORKSPACE")) {
+        initWithWorkspace(workspace);
+    } else {
+        valid = false;
+        _lastErrorString += QAStData::tr("Unable to find tag %1\n").arg(QStringLiteral("PROJECT"));
+    }
+    // The name is the file's, whatever the file says inside.
+    storePath(path());
+}
+
+void QAStProject::initWithProject(QARes* project)
+{
+    initWithProject(project, true);
+}
+
+void QAStProject::initWithProject(QARes* project, bool withWorkspace)
+{
+    QAStData::init(project);
+    QAStNode::init(project);
+    initGlobal();
+    QARes* first = project->toResGroup()->child();
+    const char* path[] = {"ROOT", "configurations", nullptr};
+    QARes* list = first ? first->search(path) : nullptr;
+    QString firstName;
+    for (QARes* item = list && list->toResGroup() ? list->toResGroup()->child() : nullptr; item;
+         item = item->next()) {
+        const QString name = stringIn(item, "name");
+        if (name.isEmpty())
+            continue;
+        auto* initial = new QAStConfiguration(name, this);
+        initial->init();
+        initial->init(item);
+        delete rootConfigurations.take(name);
+        rootConfigurations.insert(name, initial);
+        QAStNode::addConfiguration(name);
+        if (firstName.isEmpty())
+            firstName = name;
+    }
+    if (!firstName.isEmpty())
+        setCurrentConfiguration(firstName);
+    if (withWorkspace) {
+        const QDir dir(_directory.get());
+        for (const QString& entry : dir.entryList({QStringLiteral("*.vmw")}, QDir::Files, QDir::Name)) {
+            const QString candidate = dir.filePath(entry);
+            if (!isAWorkspaceForThisProject(candidate))
+                continue;
+            QStringList errors;
+            std::unique_ptr<QARes> tree(readResourceFile(candidate, &errors));
+            readWorkspaceFiles(groupNamed(tree.get(), "WORKSPACE"));
+            break;
+        }
+    }
+    initChilds(this, project);
+}
+
+void QAStProject::initWithWorkspace(QARes* workspace)
+{
+    QString projectFile = stringIn(workspace, "project");
+    projectFile.replace(QLatin1Char('\\'), QLatin1Char('/'));
+    if (projectFile.isEmpty()) {
+        valid = false;
+        _lastErrorString += QAStData::tr("Unable to find tag %1\n").arg(QStringLiteral("project"));
+        return;
+    }
+    if (QFileInfo(projectFile).isRelative())
+        projectFile = _directory.get() + QLatin1Char('/') + projectFile;
+    QStringList errors;
+    std::unique_ptr<QARes> tree(readResourceFile(projectFile, &errors));
+    QARes* project = errors.isEmpty() ? groupNamed(tree.get(), "PROJECT") : nullptr;
+    if (!project) {
+        valid = false;
+        _lastErrorString += tr("Unable to read the project\n%1").arg(projectFile) + QLatin1Char('\n');
+        for (const QString& error : std::as_const(errors))
+            _lastErrorString += error + QLatin1Char('\n');
+        return;
+    }
+    // The document is the project that the workspace names: a save writes
+    // that one, and the workspace stays as it was.
+    storePath(projectFile);
+    initWithProject(project, false);
+    readWorkspaceFiles(workspace);
+}
+
+void QAStProject::readWorkspaceFiles(QARes* workspace)
+{
+    if (workspace && _rootFolder)
+        initChilds(_rootFolder, workspace);
+}
+
+void QAStProject::initChilds(QAStData* parent, QARes* resources)
+{
+    QAResGroup* group = resources ? resources->toResGroup() : nullptr;
+    if (!parent || !group)
+        return;
+    for (QARes* item = group->child(); item; item = item->next()) {
+        if (!item->isTag("node") || !item->toResGroup())
+            continue;
+        const QString type = stringIn(item, "type");
+        const QString className = QAStDataFactory::resourceClassName(type);
+        QAStData* built = nullptr;
+        bool standing = true;
+        // The standing folders exist already: their files go into them.
+        if (className == QLatin1String("QAStGlobalFolder"))
+            built = _rootFolder;
+        else if (className == QLatin1String("QAStSourceFolder") && _rootFolder)
+            built = _rootFolder->sourceFolder();
+        else if (className == QLatin1String("QAStScriptFolder") && _rootFolder)
+            built = _rootFolder->scriptFolder();
+        else if (className == QLatin1String("QAStDependenciesFolder") && _rootFolder)
+            built = _rootFolder->dependencyFolder();
+        else if (!className.isEmpty()) {
+            standing = false;
+            built = QAStDataFactory::create(className, item, parent, parent->last());
+        }
+        if (!built) {
+            parent->setValid(false);
+            _lastErrorString += QAStData::tr("No plugin found for feature \"%1\"\n").arg(type);
+            displayMessage(MessageConsole, QAStData::tr("Tag ignored in the group: %1").arg(type));
+            continue;
+        }
+        // Nodes stand in the node tree, folders and files in the file tree.
+        const bool fileTree = qobject_cast<QAStFolder*>(parent) != nullptr;
+        const bool placed = standing ? fileTree || parent == this
+                                     : (fileTree ? built->inherits("QAStFolder") || built->inherits("QAStFile")
+                                                 : built->inherits("QAStNode"));
+        if (!placed) {
+            if (!standing)
+                delete built;
+            parent->setValid(false);
+            _lastErrorString += QAStData::tr("%1 bad place\n").arg(type);
+            displayMessage(MessageConsole, QAStData::tr("Tag ignored in the group: %1").arg(type));
+            continue;
+        }
+        initChilds(built, item);
+    }
+}
+
+bool QAStProject::isAWorkspaceForThisProject(const QString& workspacePath)
+{
+    QStringList errors;
+    std::unique_ptr<QARes> tree(readResourceFile(workspacePath, &errors));
+    QString project = stringIn(groupNamed(tree.get(), "WORKSPACE"), "project");
+    if (project.isEmpty())
+        return false;
+    project.replace(QLatin1Char('\\'), QLatin1Char('/'));
+    return QFileInfo(project).fileName() == filename();
+}
+
+// ---------------------------------------------------------------------------
+// Commands
+
+void QAStProject::setReadOnly(bool) {}
+
+void QAStProject::prefUpdated() {}
+
+void QAStProject::rebuildFileList()
+{
+    if (_rootFolder)
+        _rootFolder->rebuildFromProject();
+}
+
+void QAStProject::addNewProject()
+{
+    StudioInterface* studio = studioIFace();
+    if (!studio)
+        return;
+    QString name;
+    QString location;
+    if (!studio->getProjectLocation(tr("Add New Project"), tr("Project Name and Location"), &name, &location))
+        return;
+    if (name.isEmpty() || location.isEmpty()) {
+        box(QMessageBox::Warning, tr("You must enter a name and a location for the project."));
+        return;
+    }
+    addSubProject(QDir(location).filePath(name + QStringLiteral(".vmp")));
+}
+
+void QAStProject::addExistingProject()
+{
+    StudioInterface* studio = studioIFace();
+    if (!studio)
+        return;
+    const QString chosen = studio->getOpenFileName(tr("Select A Project File"), _directory.get(),
+                                                   tr("Project") + QStringLiteral(" (*.vmp)"));
+    if (!chosen.isEmpty())
+        addSubProject(chosen);
+}
+
+// Import of foreign project files belongs to the import scripts of the
+// installation; nothing here runs one yet.
+void QAStProject::importProject()
+{
+    warning("QAStProject::importProject %s: no import script", qPrintable(name()));
+}
+
+void QAStProject::importCharReceived(const QString& text)
+{
+    displayMessage(MessageConsole, text);
+}
+
+void QAStProject::testProcessMonitor()
+{
+    if (!_testProcessMonitor) {
+        StudioInterface* studio = studioIFace();
+        // The window is the host's, as every viewer window is.
+        _testProcessMonitor = studio ? studio->openViewer(QStringLiteral("Tpm"), QStringList(), nullptr) : nullptr;
+        if (!_testProcessMonitor) {
+            box(QMessageBox::Critical, tr("Unable to load the Test Process Monitor"));
+            return;
+        }
+    }
+    studioIFace()->showViewer(_testProcessMonitor);
+}
+
+void QAStProject::taggingInformation()
+{
+    if (!_rootFolder)
+        return;
+    QList<QAStFile*> all = files();
+    for (QAStSubProject* sub : subProjects())
+        all += sub->files();
+    _rootFolder->taggingInformationFileList(all, true, true);
+}
+
+void QAStProject::setAlphabeticallySorted(bool sorted, bool recursive)
+{
+    QAStData::setAlphabeticallySorted(sorted, false);
+    if (!recursive || !_rootFolder)
+        return;
+    for (QAStData* data : _rootFolder->childrenOfClass(nullptr, true)) {
+        if (data->metaObject() == &QAStFolder::staticMetaObject || data->inherits("QAStATag"))
+            data->setAlphabeticallySorted(sorted, false);
+    }
+}
+
+QAPropertyGroup* QAStProject::propertyGroup()
+{
+    QAPropertyGroup* group = QAStNodeContainer::propertyGroup();
+    auto* file = new QAPropertyAttrLineEdit(QStringLiteral("filename"), &_filename);
+    file->setName(tr("File name"));
+    file->setReadOnly(true);
+    group->addChild(file);
+    auto* where = new QAPropertyAttrLineEdit(QStringLiteral("directory"), &_directory);
+    where->setName(tr("Directory"));
+    where->setReadOnly(true);
+    group->addChild(where);
+    return group;
 }

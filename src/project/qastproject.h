@@ -6,6 +6,7 @@
 #include <QMessageBox>
 #include <QPointer>
 
+class QAPropertyGroup;
 class QAStFile;
 class QAStSubProject;
 class QAStRootFolder;
@@ -40,10 +41,15 @@ public:
     /// configuration of its name, which has nothing above it.
     QAStConfiguration* inheritConfiguration(const QAStConfiguration* config) override;
     QAStConfiguration* dupConfiguration(const QString& from, const QString& to) override;
+    /// With \a recursive, the folders and tags of the file tree follow too.
+    void setAlphabeticallySorted(bool sorted, bool recursive) override;
+    /// The node's settings, and the file's name and directory, read-only.
+    QAPropertyGroup* propertyGroup() override;
 
     /// Opens \a path, or makes a new project there when it does not exist;
     /// true when the project is usable.
     virtual bool open(const QString& path);
+    virtual void setReadOnly(bool readOnly);
     /// Reads the file of path() into this unloaded project.
     virtual bool loadProjectFile();
 
@@ -60,7 +66,7 @@ public:
     bool isLoaded() const { return _loaded; }
     bool isTemplate() const;
     QString path() const;
-    QString filename() const { return _filename; }
+    QString filename() const { return _filename.get(); }
     /// The objects file's name, beside the project file.
     QString browseInformationFileName() const { return name() + QStringLiteral(".inf"); }
     void createObjectView();
@@ -73,6 +79,10 @@ public:
     QList<QAStFile*> addFiles(const QStringList& keys);
     /// Puts the project file \a path in this project as a sub-project.
     QAStSubProject* addSubProject(const QString& path);
+    /// Analyses the files of this project and of all its sub-projects.
+    void taggingInformation();
+    /// The monitor window, once it was asked for and while it lives.
+    QWidget* testProcessMonitorWindow() const { return _testProcessMonitor; }
 
     /// The complete configuration of \a name that node configurations
     /// inherit from, or null.
@@ -87,6 +97,21 @@ public:
     /// element missing stops the reading and leaves what was read; the reason
     /// is in the load error text.
     void init(const QDomElement& projectElement);
+    /// Reads an older project or workspace in resource text; a fault makes
+    /// the project invalid, with the reason in the load error text.
+    void init(QARes* resources);
+    /// Reads the `PROJECT` group of the older form: the project's own
+    /// values, its configurations under `ROOT.configurations`, the file tree
+    /// of a workspace beside it that names it, and the nodes.
+    void initWithProject(QARes* project);
+    /// Reads a `WORKSPACE` group: its file tree; opened by itself, first the
+    /// project that it names, which the document then is.
+    void initWithWorkspace(QARes* workspace);
+    /// Makes the objects of the `node` groups of \a resources under \a parent,
+    /// each by its `type`, and their own children in turn.
+    void initChilds(QAStData* parent, QARes* resources);
+    /// The resource file \a path is a workspace whose project is this one.
+    bool isAWorkspaceForThisProject(const QString& path);
 
     Method sortMethod() const { return _sortMethod; }
     void setSortMethod(Method method) { _sortMethod = method; }
@@ -103,6 +128,13 @@ public slots:
     virtual void saveAs();
     virtual void saveAsTemplate();
     virtual void reload();
+    virtual void prefUpdated();
+    virtual void rebuildFileList();
+    virtual void addNewProject();
+    virtual void addExistingProject();
+    virtual void importProject();
+    void testProcessMonitor();
+    void importCharReceived(const QString& text);
 
 protected:
     virtual void initGlobal();
@@ -122,12 +154,18 @@ private:
     void readInitialConfigurations(const QDomElement& list, int version);
     void saveAsDialog(const QString& title, const QString& extension);
     void clearModifiedFlags();
+    bool loadResourceFile();
+    /// The end of every successful load: flags, configuration, signal.
+    bool finishLoad();
+    void initWithProject(QARes* project, bool withWorkspace);
+    void readWorkspaceFiles(QARes* workspace);
 
     QMap<QString, QAStConfiguration*> rootConfigurations;
     QPointer<QAStRootFolder> _rootFolder;
-    QString _directory;
-    QString _filename;
+    QAStAttribute<QString> _directory;
+    QAStAttribute<QString> _filename;
     Method _sortMethod = 1;
+    QPointer<QWidget> _testProcessMonitor;
 
     static bool _modeBatch;
 };

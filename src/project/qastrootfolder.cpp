@@ -1,5 +1,6 @@
 #include "qastrootfolder.h"
 
+#include "qastfile.h"
 #include "qastproject.h"
 #include "qatrace.h"
 #include "studiointerface.h"
@@ -166,14 +167,37 @@ void QAStRootFolder::write(QTextStream& stream, int indent)
     stream << "</objects>\n";
 }
 
-// File references and the kinds of scripts arrive with the node kinds that
-// name source files; until then the node tree refers to no file, and the
-// rebuilt tree holds the standing folders alone.
+// The node kinds that refer to files are reached through the meta-object:
+// they answer their key through an invokable fileKey(), and this class does
+// not depend on them.
 void QAStRootFolder::normalize()
 {
     if (!_project)
         return;
     deleteAllFiles();
+    const QList<QAStData*> references = _project->childrenOfClass("QAStNodeFileRef", true);
+    for (QAStData* reference : references) {
+        if (reference->project() != _project)
+            continue;
+        QString key;
+        if (!QMetaObject::invokeMethod(reference, "fileKey", Qt::DirectConnection, Q_RETURN_ARG(QString, key))
+            || key.isEmpty() || isIn(key))
+            continue;
+        QAStFolder* target = nullptr;
+        if (reference->inherits("QAStNodeTestScript")) {
+            target = scriptFolder()->accept(key);
+            if (!target)
+                target = scriptFolder();
+        } else {
+            target = sourceFolder()->accept(key);
+            if (!target)
+                target = this;
+        }
+        // Not analysed here: the folders' timers find the new files.
+        auto* file = new QAStFile(key, target, target->last());
+        if (reference->inherits("QAStNodeJavaTestingScript"))
+            file->setQualifier(0x10000);
+    }
 }
 
 void QAStRootFolder::rebuildFromProject()

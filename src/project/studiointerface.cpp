@@ -1,13 +1,20 @@
 #include "studiointerface.h"
 
+#include "qastfolderdialog.h"
+
 #include <QDialog>
 #include <QDialogButtonBox>
+#include <QFileDialog>
+#include <QFormLayout>
 #include <QInputDialog>
 #include <QLabel>
+#include <QLineEdit>
 #include <QListWidget>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QVBoxLayout>
+#include <QWizard>
+#include <QWizardPage>
 
 StudioInterface::~StudioInterface() = default;
 
@@ -95,3 +102,39 @@ QStringList StudioInterface::viewerFilters(const QString&, bool* found)
 QWidget* StudioInterface::openViewer(const QString&, const QStringList&, QWidget*) { return nullptr; }
 void StudioInterface::showViewer(QWidget*) {}
 void StudioInterface::setUpdatesEnabled(bool) {}
+
+QString StudioInterface::getOpenFileName(const QString& caption, const QString& directory,
+                                         const QString& filter)
+{
+    return QFileDialog::getOpenFileName(mainWindow(), caption, directory, filter);
+}
+
+bool StudioInterface::getProjectLocation(const QString& caption, const QString& pageTitle, QString* name,
+                                         QString* location)
+{
+    QWizard wizard(mainWindow());
+    wizard.setWindowTitle(caption);
+    auto* page = new QWizardPage;
+    page->setTitle(pageTitle);
+    auto* form = new QFormLayout(page);
+    auto* nameEdit = new QLineEdit(page);
+    auto* locationEdit = new QLineEdit(page);
+    form->addRow(QWizard::tr("Name:"), nameEdit);
+    form->addRow(QWizard::tr("Location:"), locationEdit);
+    wizard.addPage(page);
+    if (wizard.exec() != QDialog::Accepted)
+        return false;
+    *name = nameEdit->text().trimmed();
+    *location = locationEdit->text().trimmed();
+    return true;
+}
+
+bool StudioInterface::getFolder(QString* name, QString* filters)
+{
+    QAStFolderDialog dialog(mainWindow());
+    if (dialog.exec() != QDialog::Accepted)
+        return false;
+    *name = dialog.folderName();
+    *filters = dialog.filters();
+    return true;
+}

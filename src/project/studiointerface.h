@@ -90,4 +90,15 @@ public:
     virtual void showViewer(QWidget* window);
     /// Holds back the host's repainting while many windows open at once.
     virtual void setUpdatesEnabled(bool enabled);
+
+    /// Asks for one existing file; an empty answer is a cancel.
+    virtual QString getOpenFileName(const QString& caption, const QString& directory,
+                                    const QString& filter);
+    /// Asks for the name and the directory of a new project on one wizard
+    /// page; false when the user cancelled.
+    virtual bool getProjectLocation(const QString& caption, const QString& pageTitle, QString* name,
+                                    QString* location);
+    /// Asks for the name and the filters of a new folder; false when the
+    /// user cancelled.
+    virtual bool getFolder(QString* name, QString* filters);
 };

@@ -2,6 +2,7 @@
 
 #include <QDir>
 #include <QTest>
+#include <QWidget>
 
 #include <cstdio>
 
@@ -130,10 +131,39 @@ QStringList RecordingHost::viewerFilters(const QString& viewer, bool* found)
 
 QWidget* RecordingHost::openViewer(const QString& viewer, const QStringList& files, QWidget* window)
 {
+    // Only the viewers that the host says it has can open.
+    if (!viewers.contains(viewer))
+        return nullptr;
     viewerRequests << viewer + QLatin1String(": ") + files.join(QLatin1Char(' '))
             + (window ? QStringLiteral(" (again)") : QString());
     if (window)
         return window;
     viewerWindows.push_back(std::make_unique<QWidget>());
     return viewerWindows.back().get();
+}
+
+QString RecordingHost::getOpenFileName(const QString& caption, const QString& directory, const QString& filter)
+{
+    textQuestions << caption + QLatin1Char('|') + directory + QLatin1Char('|') + filter;
+    return fileAnswers.isEmpty() ? QString() : fileAnswers.takeFirst();
+}
+
+bool RecordingHost::getProjectLocation(const QString& caption, const QString& pageTitle, QString* name,
+                                       QString* location)
+{
+    textQuestions << caption + QLatin1Char('|') + pageTitle;
+    bool ok = false;
+    *name = getText(caption, QStringLiteral("name"), QString(), &ok);
+    if (ok)
+        *location = getText(caption, QStringLiteral("location"), QString(), &ok);
+    return ok;
+}
+
+bool RecordingHost::getFolder(QString* name, QString* filters)
+{
+    bool ok = false;
+    *name = getText(QStringLiteral("Folder Properties"), QStringLiteral("Folder name:"), QString(), &ok);
+    if (ok)
+        *filters = getText(QStringLiteral("Folder Properties"), QStringLiteral("Folder filters:"), QString(), &ok);
+    return ok;
 }

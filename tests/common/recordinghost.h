@@ -86,7 +86,21 @@ public:
     /// opens a window of its own, which the host keeps, when it has files.
     QStringList viewerFilters(const QString& viewer, bool* found) override;
     QWidget* openViewer(const QString& viewer, const QStringList& files, QWidget* window) override;
-    void showViewer(QWidget* window) override { shownViewers << window; }
+    void showViewer(QWidget* window) override
+    {
+        shownViewers << window;
+        window->show();
+    }
+
+    /// Records "caption|directory|filter" and answers the next of
+    /// fileAnswers; none left is a cancel.
+    QString getOpenFileName(const QString& caption, const QString& directory, const QString& filter) override;
+    /// Records "caption|pageTitle" and answers the next two textAnswers as
+    /// the name and the location; a null one is a cancel.
+    bool getProjectLocation(const QString& caption, const QString& pageTitle, QString* name,
+                            QString* location) override;
+    /// Answers the next two textAnswers as the name and the filters.
+    bool getFolder(QString* name, QString* filters) override;
 
     /// All text that reached console \a id, in arrival order.
     QString consoleText(int id, bool errorsOnly = false) const;
@@ -107,6 +121,7 @@ public:
     QStringList viewerRequests;
     QList<QWidget*> shownViewers;
     std::vector<std::unique_ptr<QWidget>> viewerWindows;
+    QStringList fileAnswers;
     int boxAnswer = 0;
     int raised = 0;
     int prepared = 0;
