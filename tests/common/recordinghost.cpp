@@ -1,5 +1,10 @@
 #include "recordinghost.h"
 
+#include "qastconfiguration.h"
+#include "qastdata.h"
+#include "qastprojectpref.h"
+#include "qasttargetpackagelist.h"
+
 #include <QDir>
 #include <QTest>
 #include <QWidget>
@@ -10,6 +15,13 @@ RecordingHost::RecordingHost()
 {
     perl = QStringList{binaryDir() + QStringLiteral("/Velmontperl"), QStringLiteral("-I"),
                        stageDir() + QStringLiteral("/lib/perl")};
+}
+
+bool RecordingHost::initializeLibrary()
+{
+    QAStData::initialize(this);
+    QAStData::preferences()->setValue(QStringLiteral("tdpDirectories"), QStringList(targetDir()));
+    return QAStTargetPackageList::initialize(this) && QAStConfiguration::initialize(this);
 }
 
 QString RecordingHost::stageDir()

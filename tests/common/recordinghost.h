@@ -48,6 +48,10 @@ public:
     /// The staged installation that the build made for the tests.
     static QString stageDir();
 
+    /// Makes this the library's host, with the staged installation's ports
+    /// and settings definition loaded; false when either did not load.
+    bool initializeLibrary();
+
     QString installDir() override { return stageDir(); }
     QString scriptsDir() override;
     QString binaryDir() override;

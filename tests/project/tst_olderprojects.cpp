@@ -71,10 +71,7 @@ class tst_OlderProjects : public QObject
 private slots:
     void initTestCase()
     {
-        QAStData::initialize(&host);
-        QAStData::preferences()->setValue(QStringLiteral("tdpDirectories"), QStringList(host.targetDir()));
-        QVERIFY(QAStTargetPackageList::initialize(&host));
-        QVERIFY(QAStConfiguration::initialize(&host));
+        QVERIFY(host.initializeLibrary());
         QAStProject::setModeBatch(true);
     }
     void init()

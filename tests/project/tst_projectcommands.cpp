@@ -56,10 +56,7 @@ class tst_ProjectCommands : public QObject
 private slots:
     void initTestCase()
     {
-        QAStData::initialize(&host);
-        QAStData::preferences()->setValue(QStringLiteral("tdpDirectories"), QStringList(host.targetDir()));
-        QVERIFY(QAStTargetPackageList::initialize(&host));
-        QVERIFY(QAStConfiguration::initialize(&host));
+        QVERIFY(host.initializeLibrary());
     }
     void init()
     {

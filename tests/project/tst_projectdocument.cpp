@@ -91,10 +91,7 @@ private:
 
 void tst_ProjectDocument::initTestCase()
 {
-    QAStData::initialize(&host);
-    QAStData::preferences()->setValue(QStringLiteral("tdpDirectories"), QStringList(host.targetDir()));
-    QVERIFY(QAStTargetPackageList::initialize(&host));
-    QVERIFY(QAStConfiguration::initialize(&host));
+    QVERIFY(host.initializeLibrary());
 }
 
 void tst_ProjectDocument::init()

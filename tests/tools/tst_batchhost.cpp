@@ -102,10 +102,7 @@ void tst_BatchHost::initTestCase()
     // A project made here, with values set at several levels and a node
     // whose name holds a dot.
     RecordingHost host;
-    QAStData::initialize(&host);
-    QAStData::preferences()->setValue(QStringLiteral("tdpDirectories"), QStringList(host.targetDir()));
-    QVERIFY(QAStTargetPackageList::initialize(&host));
-    QVERIFY(QAStConfiguration::initialize(&host));
+    QVERIFY(host.initializeLibrary());
     QAStProject::setModeBatch(true);
     QVERIFY(QDir().mkpath(work.filePath(QStringLiteral("gen"))));
     {
