@@ -2,6 +2,7 @@
 
 #include "qafileutil.h"
 #include "qailogmonitor.h"
+#include "qalogconsole.h"
 #include "qapropertyattrlineedit.h"
 #include "qapropertygroup.h"
 #include "qaprocess.h"
@@ -32,7 +33,6 @@
 #include <QPointer>
 #include <QTextStream>
 
-#include <cstdio>
 #include <deque>
 #include <vector>
 
@@ -1342,9 +1342,7 @@ static bool toBatchStream(QAStData* data, const QString& text)
 {
     if (!QAStProject::modeBatch() || !data->rootProject())
         return false;
-    const QByteArray bytes = text.toLocal8Bit();
-    std::fwrite(bytes.constData(), 1, static_cast<size_t>(bytes.size()), stderr);
-    std::fflush(stderr);
+    QALogConsole().error(text);
     return true;
 }
 

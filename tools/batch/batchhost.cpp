@@ -4,9 +4,7 @@
 #include "qamessagebox.h"
 #include "qastdata.h"
 
-#include <QDir>
-
-#include <cstdio>
+#include <QTextStream>
 
 void BatchConsole::write(const QString& text)
 {
@@ -14,9 +12,12 @@ void BatchConsole::write(const QString& text)
         _kept += text;
         return;
     }
-    const QByteArray bytes = text.toLocal8Bit();
-    std::fwrite(bytes.constData(), 1, static_cast<size_t>(bytes.size()), stderr);
-    std::fflush(stderr);
+    _standardError.error(text);
+}
+
+void reportError(const QString& message)
+{
+    QTextStream(stderr) << "velmont-batch: " << message << '\n';
 }
 
 void BatchConsole::log(const QString& text)

@@ -1,9 +1,13 @@
 #pragma once
 
 #include "qailogmonitor.h"
+#include "qalogconsole.h"
 #include "studiointerface.h"
 
 #include <QString>
+
+/// Writes one line "velmont-batch: \a message" to standard error.
+void reportError(const QString& message);
 
 /// A console end for a run without a user: text goes to standard error, the
 /// stream that batch mode keeps for whatever is not the program's own
@@ -24,6 +28,7 @@ public:
 private:
     void write(const QString& text);
 
+    QALogConsole _standardError {nullptr, nullptr};
     bool _held = false;
     QString _kept;
     int _errors = 0;

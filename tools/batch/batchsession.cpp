@@ -92,11 +92,6 @@ QString reasonOf(const QString& message)
     return lines.isEmpty() ? QStringLiteral("it could not be read") : lines.join(QLatin1Char(' '));
 }
 
-void fail(const QString& message)
-{
-    QTextStream(stderr) << "velmont-batch: " << message << '\n';
-}
-
 } // namespace
 
 BatchSession::BatchSession(BatchHost& host, QTextStream& out) : _host(host), _out(out) {}
@@ -107,7 +102,7 @@ int BatchSession::open(const QString& path, const QString& configuration)
 {
     const QFileInfo file(path);
     if (!file.isFile()) {
-        fail(QStringLiteral("no project file at %1").arg(path));
+        reportError(QStringLiteral("no project file at %1").arg(path));
         return ExitLoad;
     }
     _project = std::make_unique<QAStProject>();
@@ -115,7 +110,7 @@ int BatchSession::open(const QString& path, const QString& configuration)
     const bool loaded = _project->open(file.absoluteFilePath());
     const QString notes = _host.messages().release();
     if (!loaded) {
-        fail(QStringLiteral("cannot open the project %1: %2").arg(path, reasonOf(notes)));
+        reportError(QStringLiteral("cannot open the project %1: %2").arg(path, reasonOf(notes)));
         return ExitLoad;
     }
     _host.messages().log(notes);
@@ -123,7 +118,7 @@ int BatchSession::open(const QString& path, const QString& configuration)
         return ExitSuccess;
     const QStringList names = _project->initialConfigurations().keys();
     if (!names.contains(configuration)) {
-        fail(QStringLiteral("unknown configuration \"%1\"; the project has: %2")
+        reportError(QStringLiteral("unknown configuration \"%1\"; the project has: %2")
                  .arg(configuration, names.isEmpty() ? QStringLiteral("none") : names.join(QLatin1String(", "))));
         return ExitUsage;
     }
@@ -206,7 +201,7 @@ int BatchSession::ports(QTextStream& out)
 {
     const QAStTargetPackageList* installed = QAStTargetPackageList::installTargetPackages();
     if (!installed || installed->isEmpty()) {
-        fail(QStringLiteral("no port is installed"));
+        reportError(QStringLiteral("no port is installed"));
         return ExitLoad;
     }
     for (const QAStTargetPackage* port : *installed)
@@ -238,7 +233,7 @@ int BatchSession::settings(QAStNode* node)
 {
     const QAStConfiguration* current = node->currentConfiguration();
     if (!current) {
-        fail(QStringLiteral("%1 has no configuration").arg(pathOf(node)));
+        reportError(QStringLiteral("%1 has no configuration").arg(pathOf(node)));
         return ExitUsage;
     }
     QSet<QString> keys;

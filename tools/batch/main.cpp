@@ -85,7 +85,7 @@ Arguments parse(const QStringList& arguments)
 
 int usageError(const QString& message)
 {
-    QTextStream(stderr) << "velmont-batch: " << message << " (velmont-batch --help tells more)\n";
+    reportError(message + QStringLiteral(" (velmont-batch --help tells more)"));
     return ExitUsage;
 }
 
@@ -110,17 +110,16 @@ public:
     /// Reads the installed ports and the definition file of the settings.
     bool load()
     {
+        // The library's own reports would make several lines of one failure.
         _host.messages().hold();
         const bool ports = QAStTargetPackageList::initialize(&_host);
         const bool settings = ports && QAStConfiguration::initialize(&_host);
-        const QString notes = _host.messages().release();
-        if (settings)
-            return true;
-        QTextStream(stderr) << "velmont-batch: the installation at " << _host.installDir() << " has "
-                            << (ports ? "a broken settings definition file" : "no target deployment port")
-                            << '\n';
-        Q_UNUSED(notes);
-        return false;
+        _host.messages().release();
+        if (!settings)
+            reportError(QStringLiteral("the installation at %1 has %2")
+                            .arg(_host.installDir(), ports ? QStringLiteral("a broken settings definition file")
+                                                           : QStringLiteral("no target deployment port")));
+        return settings;
     }
     ~Library()
     {
@@ -151,7 +150,7 @@ int runCommand(BatchSession& session, const QString& command, const QStringList&
 
     QAStNode* node = session.resolve(rest.value(0));
     if (!node) {
-        QTextStream(stderr) << "velmont-batch: no node \"" << rest.value(0) << "\" in the project\n";
+        reportError(QStringLiteral("no node \"%1\" in the project").arg(rest.value(0)));
         return ExitUsage;
     }
     if (command == QLatin1String("settings"))
