@@ -2,6 +2,7 @@
 // headers and the package, link, and run a library call.
 #include <qastdata.h>
 #include <qaprocess.h>
+#include <qapropertystore.h>
 
 #include <cstdio>
 
@@ -10,6 +11,12 @@ int main()
     QStringList args;
     QAProcess::commandLineToArgs(QStringLiteral("perl -e \"print 1\" &"), args);
     const QString encoded = QAStData::stringToXMLValue(QStringLiteral("a,b"));
-    std::printf("%d %s\n", int(args.size()), qPrintable(encoded));
-    return args.size() == 4 && encoded == QLatin1String("a#comma#b") ? 0 : 1;
+    QAPropertyStore store;
+    store.setProperty(QStringLiteral("cflags"), QStringLiteral("-O2"));
+    std::printf("%d %s %s\n", int(args.size()), qPrintable(encoded),
+                qPrintable(store.property(QStringLiteral("cflags")).toString()));
+    return args.size() == 4 && encoded == QLatin1String("a#comma#b")
+                   && store.hasProperty(QStringLiteral("cflags"))
+               ? 0
+               : 1;
 }
