@@ -2,7 +2,6 @@
 #include "qastconfiguration.h"
 #include "qastnodegroup.h"
 #include "qastproject.h"
-#include "qastprojectpref.h"
 #include "qasttargetpackagelist.h"
 #include "recordinghost.h"
 
@@ -34,7 +33,6 @@ private slots:
     void initTestCase();
     void commands_data();
     void commands();
-    void envIsWhatAStepGets();
 
 private:
     BatchFixture::Run run(const QStringList& arguments, const QString& installation = QString());
@@ -171,32 +169,6 @@ void tst_BatchHost::commands()
     if (status >= 4)
         QCOMPARE(result.err.count(QLatin1Char('\n')), 1);
     QVERIFY(snapshot(fixture.work.path()) == before);
-}
-
-// The file printed is the one a build step of the node is given, and a
-// script of the tool chain loads it.
-void tst_BatchHost::envIsWhatAStepGets()
-{
-    const QString installation =
-        fixture.installationWith(QStringLiteral("copying"),
-                                 {{"Group.pl", "use File::Copy; copy($ARGV[0], $ENV{BATCH_TEST_FILE}) or die; exit 0;\n"}});
-    QFile::remove(fixture.scriptFile());
-    QCOMPARE(run({"@P", "rebuild", "Unit tests.Queue"}, installation).status, 0);
-    const BatchFixture::Run printed = run({"@P", "env", "Unit tests.Queue"}, installation);
-    QCOMPARE(printed.status, 0);
-    QFile step(fixture.scriptFile()), text(fixture.path(QStringLiteral("printed.pl")));
-    QVERIFY(step.open(QIODevice::ReadOnly) && text.open(QIODevice::WriteOnly));
-    QCOMPARE(printed.out, QString::fromLocal8Bit(step.readAll()));
-    text.write(printed.out.toLocal8Bit());
-    text.close();
-
-    QProcess perl;
-    perl.start(QStringLiteral("perl"), {"-I" + RecordingHost::stageDir() + "/lib/perl", "-MVelmont::Env=load_environment",
-                                        "-e", "load_environment($ARGV[0]); print qq($main::NAME|$main::SRCFILE)",
-                                        text.fileName()});
-    QVERIFY(perl.waitForFinished(10000));
-    QCOMPARE(perl.readAllStandardError(), QByteArray());
-    QCOMPARE(perl.readAllStandardOutput(), QByteArray("Queue|Queue.c"));
 }
 
 QTEST_GUILESS_MAIN(tst_BatchHost)

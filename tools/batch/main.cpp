@@ -49,8 +49,8 @@ const char usage[] =
     "Progress goes to standard output, the scripts' output to standard error.\n"
     "Exit status: 0 success, 1 failed build or execution, 2 failed test verdict,\n"
     "3 stopped, 4 usage error, 5 project or installation that cannot be loaded.\n"
-    "The project file is never written. Ctrl-C stops the run; a second one\n"
-    "kills what is left at once.\n";
+    "The project file is never written. Ctrl-C or SIGTERM stops the run; a\n"
+    "second one kills what is left at once.\n";
 
 struct Arguments {
     QString configuration;
@@ -90,7 +90,7 @@ int usageError(const QString& message)
     return ExitUsage;
 }
 
-// Ctrl-C and a termination request are counted, and reach the event loop
+// Ctrl-C and a termination request are noted, and reach the event loop
 // through a pipe, the one thing a signal handler may safely write to.
 volatile std::sig_atomic_t stopRequests = 0;
 int signalPipe[2] = {-1, -1};
@@ -203,7 +203,7 @@ int loadAndRun(Library& library, BatchSession& session, QTextStream& out, const 
             return usageError(QStringLiteral("too many arguments for ports"));
         return BatchSession::ports(out);
     }
-    // A load that a stop request interrupted may have failed of it.
+    // A load that a stop request interrupted may have failed because of it.
     const int opened = session.open(positional.at(0), arguments.configuration);
     if (stopRequests)
         return stoppedBefore(command);

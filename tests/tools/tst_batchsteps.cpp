@@ -9,44 +9,36 @@
 
 namespace {
 
-// A group script that starts a grandchild, writes both pids and waits.
-const char forkingGroup[] = R"(
-my $child = fork();
-exec('perl', '-e', 'sleep 1000') if $child == 0;
-open(my $out, '>>', $ENV{BATCH_TEST_FILE}) or die;
-print $out "$$ $child\n";
-close($out);
-waitpid($child, 0);
-)";
-
-// A stop script that writes its pid and never ends on its own.
-const char hangingStopScript[] = R"(
-$SIG{TERM} = 'IGNORE';
-open(my $out, '>>', $ENV{BATCH_TEST_FILE}) or die;
-print $out "$$\n";
-close($out);
-sleep 1000;
-)";
+// A group script that starts a grandchild, writes both pids and waits; and a
+// stop script that writes its pid and never ends on its own.
+const char forkingGroup[] = "my $c = fork(); exec('perl', '-e', 'sleep 1000') unless $c;\n"
+                            "open(my $f, '>>', $ENV{BATCH_TEST_FILE}) or die; print $f \"$$ $c\\n\"; close($f);\n"
+                            "waitpid($c, 0);\n";
+const char hangingStop[] = "$SIG{TERM} = 'IGNORE';\n"
+                           "open(my $f, '>>', $ENV{BATCH_TEST_FILE}) or die; print $f \"$$\\n\"; close($f);\n"
+                           "sleep 1000;\n";
 
 QList<qint64> pidsIn(const QString& path)
 {
     QFile file(path);
     QList<qint64> pids;
-    if (file.open(QIODevice::ReadOnly)) {
-        for (const QByteArray& pid : file.readAll().simplified().split(' '))
+    for (const QByteArray& pid : (file.open(QIODevice::ReadOnly) ? file.readAll().simplified() : QByteArray()).split(' '))
+        if (!pid.isEmpty())
             pids << pid.toLongLong();
-    }
     return pids;
 }
 
 } // namespace
 
-class tst_BatchSignals : public QObject
+// The steps of a host's run, seen from outside: the environment file a step
+// gets, and what a stop leaves behind.
+class tst_BatchSteps : public QObject
 {
     Q_OBJECT
 
 private slots:
     void initTestCase() { QVERIFY(!(project = fixture.copyExample(QStringLiteral("first"))).isEmpty()); }
+    void envIsWhatAStepGets();
     void stopsEndEveryProcessOfTheRun_data();
     void stopsEndEveryProcessOfTheRun();
     void terminationDuringTheLoadEndsIt();
@@ -56,12 +48,39 @@ private:
     QString project;
 };
 
-void tst_BatchSignals::stopsEndEveryProcessOfTheRun_data()
+// The file printed is the one a build step of the node is given, and a
+// script of the tool chain loads it.
+void tst_BatchSteps::envIsWhatAStepGets()
+{
+    const QString installation =
+        fixture.installationWith(QStringLiteral("copying"),
+                                 {{"Group.pl", "use File::Copy; copy($ARGV[0], $ENV{BATCH_TEST_FILE}) or die; exit 0;\n"}});
+    QFile::remove(fixture.scriptFile());
+    QCOMPARE(fixture.run({project, "rebuild", "Unit tests.Queue"}, installation).status, 0);
+    const BatchFixture::Run printed = fixture.run({project, "env", "Unit tests.Queue"}, installation);
+    QCOMPARE(printed.status, 0);
+    QFile step(fixture.scriptFile()), text(fixture.path(QStringLiteral("printed.pl")));
+    QVERIFY(step.open(QIODevice::ReadOnly) && text.open(QIODevice::WriteOnly));
+    QCOMPARE(printed.out, QString::fromLocal8Bit(step.readAll()));
+    text.write(printed.out.toLocal8Bit());
+    text.close();
+
+    QProcess perl;
+    perl.setWorkingDirectory(fixture.work.path());
+    perl.start(QStringLiteral("perl"), {"-I" + RecordingHost::stageDir() + "/lib/perl", "-MVelmont::Env=load_environment",
+                                        "-e", "load_environment($ARGV[0]); print qq($main::NAME|$main::SRCFILE)",
+                                        QFileInfo(text).fileName()});
+    QVERIFY(perl.waitForFinished(10000));
+    QCOMPARE(perl.readAllStandardError(), QByteArray());
+    QCOMPARE(perl.readAllStandardOutput(), QByteArray("Queue|Queue.c"));
+}
+
+void tst_BatchSteps::stopsEndEveryProcessOfTheRun_data()
 {
     QTest::addColumn<QList<int>>("sent");
     QTest::addColumn<bool>("toGroup");
     QTest::addColumn<bool>("stubborn");
-    QTest::addColumn<bool>("hangingStop");
+    QTest::addColumn<bool>("hanging");
     QTest::newRow("a terminal's Ctrl-C, which reaches the host's whole group") << QList<int> {SIGINT} << true
                                                                               << false << false;
     QTest::newRow("a termination request, which scripts that ignore it still obey")
@@ -72,22 +91,22 @@ void tst_BatchSignals::stopsEndEveryProcessOfTheRun_data()
 
 // Whatever the run started, the scripts' own children included, is gone when
 // the host has exited: killed, and reaped by the host rather than left to init.
-void tst_BatchSignals::stopsEndEveryProcessOfTheRun()
+void tst_BatchSteps::stopsEndEveryProcessOfTheRun()
 {
     QFETCH(QList<int>, sent);
     QFETCH(bool, toGroup);
     QFETCH(bool, stubborn);
-    QFETCH(bool, hangingStop);
+    QFETCH(bool, hanging);
     QMap<QString, QByteArray> scripts {{"Group.pl", QByteArray(stubborn ? "$SIG{TERM} = 'IGNORE';" : "") + forkingGroup}};
-    if (hangingStop)
-        scripts.insert(QStringLiteral("Stop.pl"), hangingStopScript);
+    if (hanging)
+        scripts.insert(QStringLiteral("Stop.pl"), hangingStop);
     const QString installation =
-        fixture.installationWith(QStringLiteral("%1-%2").arg(stubborn).arg(hangingStop), scripts);
+        fixture.installationWith(QStringLiteral("%1-%2").arg(stubborn).arg(hanging), scripts);
     QFile::remove(fixture.scriptFile());
     const std::unique_ptr<QProcess> host = fixture.start({project, "rebuild", "Unit tests.Queue"}, installation);
     QTRY_COMPARE_WITH_TIMEOUT(pidsIn(fixture.scriptFile()).size(), 2, 20000);
     for (qsizetype i = 0; i < sent.size(); ++i) {
-        if (i > 0 && hangingStop)
+        if (i > 0 && hanging)
             QTRY_COMPARE_WITH_TIMEOUT(pidsIn(fixture.scriptFile()).size(), 3, 10000);
         ::kill(pid_t(toGroup ? -host->processId() : host->processId()), sent.at(i));
     }
@@ -103,7 +122,7 @@ void tst_BatchSignals::stopsEndEveryProcessOfTheRun()
 
 // The sub-project's file is a pipe, so that the load waits until the test
 // closes it: a termination request then comes during the load.
-void tst_BatchSignals::terminationDuringTheLoadEndsIt()
+void tst_BatchSteps::terminationDuringTheLoadEndsIt()
 {
     const QString pipe = QFileInfo(fixture.copyExample(QStringLiteral("piped"))).path() + "/library/library.vmp";
     QVERIFY(QFile::remove(pipe));
@@ -119,5 +138,5 @@ void tst_BatchSignals::terminationDuringTheLoadEndsIt()
     QVERIFY(host->readAllStandardError().endsWith("velmont-batch: stopped before tree ran\n"));
 }
 
-QTEST_GUILESS_MAIN(tst_BatchSignals)
-#include "tst_batchsignals.moc"
+QTEST_GUILESS_MAIN(tst_BatchSteps)
+#include "tst_batchsteps.moc"
