@@ -63,22 +63,10 @@ void QAStNodeGroup::runGroupScript()
         abortBuildExecute();
         return;
     }
-    // The script gathers results; it must not see the compile and link steps
-    // as its own work. The configuration is left as it was found.
-    const int flag = executionFlag();
-    QAStConfiguration* configuration = currentConfiguration();
-    const QString key = QStringLiteral("executionFlag");
-    const bool held = configuration && configuration->hasProperty(key);
-    if (configuration)
-        configuration->setProperty(key, flag & ~0xF);
     generateEnv(stream);
     connect(this, &QAStData::perlScriptTerminated, this, &QAStNodeGroup::executeScriptTerminated,
             Qt::UniqueConnection);
     executePerlScript(QStringLiteral("Group.pl"), directory(), &stream, true, BuildConsole, nullptr);
-    if (held)
-        configuration->setProperty(key, flag);
-    else if (configuration)
-        configuration->unsetProperty(key);
 }
 
 unsigned int QAStNodeGroup::settingsMask() const
@@ -97,7 +85,20 @@ void QAStNodeGroup::executeScriptTerminated()
 
 void QAStNodeGroup::generateEnv(QTextStream& stream)
 {
+    // The group's one script gathers results; it must not see the compile
+    // and link steps as its own work. The configuration is left as it was
+    // found.
+    const int flag = executionFlag();
+    QAStConfiguration* configuration = currentConfiguration();
+    const QString key = QStringLiteral("executionFlag");
+    const bool held = configuration && configuration->hasProperty(key);
+    if (configuration)
+        configuration->setProperty(key, flag & ~0xF);
     QAStNodeContainer::generateEnv(stream);
+    if (held)
+        configuration->setProperty(key, flag);
+    else if (configuration)
+        configuration->unsetProperty(key);
     if (executionFlag() & CoverageFlag) {
         writeFileList(stream, "@FDCFILES", QStringLiteral("FDC"));
         writeFileList(stream, "@TIOFILES", QStringLiteral("TIO"));

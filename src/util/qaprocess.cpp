@@ -3,12 +3,29 @@
 #include "qatrace.h"
 
 #include <QCoreApplication>
+#include <QDeadlineTimer>
 #include <QEventLoop>
 #include <QPointer>
 #include <QRegExp>
 #include <QTextCodec>
+#include <QThread>
+
+#include <cerrno>
+#include <csignal>
+#include <sys/wait.h>
+#include <unistd.h>
 
 QList<QAProcess*> QAProcess::_listOfProcess;
+QHash<qint64, QAProcess*> QAProcess::_groups;
+
+namespace {
+
+bool groupExists(qint64 group)
+{
+    return ::kill(pid_t(-group), 0) == 0 || errno == EPERM;
+}
+
+} // namespace
 
 QAProcess::QAProcess(QObject* parent, const char* name)
     : QObject(parent), textCodec(QTextCodec::codecForLocale())
@@ -24,30 +41,63 @@ QAProcess::~QAProcess()
 }
 
 // Ends and frees the QProcess. A QProcess cannot outlive its object with the
-// child still running; ending the child here, and waiting for it, keeps the
-// reaping quiet and bounded. A receiver may delete this object, or start the
-// next run, from inside stdoutReceived, stderrReceived or exited: then a signal
-// of that very QProcess is being delivered, Qt still runs code of it when the
-// signal returns, and it may only be deleted later.
+// child still running; ending the child's group here, and waiting for the
+// child, keeps the reaping quiet and bounded. A receiver may delete this
+// object, or start the next run, from inside stdoutReceived, stderrReceived or
+// exited: then a signal of that very QProcess is being delivered, Qt still runs
+// code of it when the signal returns, and it may only be deleted later.
 void QAProcess::releaseProcess()
 {
     if (!process)
         return;
+    const bool running = process->state() != QProcess::NotRunning;
+    if (running)
+        signalGroup(SIGKILL);
     QProcess* old = process;
     process = nullptr;
     old->disconnect(this);
     const bool insideItsSignal = deliveringSignals > 0;
-    if (old->state() != QProcess::NotRunning) {
-        old->kill();
-        if (!insideItsSignal)
-            old->waitForFinished(5000);
-    }
+    if (running && !insideItsSignal)
+        old->waitForFinished(5000);
     if (insideItsSignal) {
         old->setParent(nullptr);
         old->deleteLater();
+        // The leader is reaped later, by the QProcess: endGroups must not
+        // reap it first, so the group is forgotten; it had its kill.
+        if (running) {
+            _groups.remove(group);
+            group = 0;
+        }
     } else {
         delete old;
     }
+    leaderReaped();
+}
+
+// The number of a group stays reserved while any member lives, so a group
+// still found under it is this run's; an empty one is forgotten.
+void QAProcess::leaderReaped()
+{
+    if (group <= 0)
+        return;
+    if (groupExists(group))
+        _groups.insert(group, nullptr);
+    else
+        _groups.remove(group);
+    group = 0;
+}
+
+// While the leader is not reaped its number cannot name another group.
+void QAProcess::signalGroup(int signal)
+{
+    if (!process || process->state() == QProcess::NotRunning)
+        return;
+    if (group > 0 && ::kill(pid_t(-group), signal) == 0)
+        return;
+    if (signal == SIGKILL)
+        process->kill();
+    else
+        process->terminate();
 }
 
 bool QAProcess::start(const QStringList& args, const QDir& workingDir, bool& normalExit,
@@ -68,6 +118,7 @@ bool QAProcess::start(const QStringList& args, const QDir& workingDir, bool& nor
         process->setEnvironment(*environment);
     // Nobody writes to a script: reading its input must end at once, not hang.
     process->setStandardInputFile(QProcess::nullDevice());
+    process->setChildProcessModifier([] { ::setpgid(0, 0); });
     connect(process, &QProcess::readyReadStandardError, this, &QAProcess::stderrRead);
     connect(process, &QProcess::readyReadStandardOutput, this, &QAProcess::stdoutRead);
     connect(process, &QProcess::finished, this, &QAProcess::terminated);
@@ -78,6 +129,8 @@ bool QAProcess::start(const QStringList& args, const QDir& workingDir, bool& nor
         releaseProcess();
         return false;
     }
+    group = process->processId();
+    _groups.insert(group, this);
     _listOfProcess.append(this);
 
     if (!asynchronous) {
@@ -117,14 +170,12 @@ bool QAProcess::start(const QString& commandLine, const QDir& workingDir, bool& 
 
 void QAProcess::kill()
 {
-    if (process)
-        process->kill();
+    signalGroup(SIGKILL);
 }
 
 void QAProcess::tryTerminate()
 {
-    if (process)
-        process->terminate();
+    signalGroup(SIGTERM);
 }
 
 void QAProcess::killAll()
@@ -138,6 +189,37 @@ void QAProcess::killAll()
 int QAProcess::runningCount()
 {
     return int(_listOfProcess.size());
+}
+
+bool QAProcess::endGroups(int msecs)
+{
+    QList<qint64> left;
+    for (auto it = _groups.cbegin(); it != _groups.cend(); ++it) {
+        if (it.value())
+            continue;
+        ::kill(pid_t(-it.key()), SIGKILL);
+        left.append(it.key());
+    }
+    const QDeadlineTimer deadline(msecs);
+    for (;;) {
+        for (qsizetype i = left.size() - 1; i >= 0; --i) {
+            const qint64 each = left.at(i);
+            // A member whose parent died is this process's child when this
+            // process is a subreaper; reaping one may hand over the next.
+            siginfo_t info {};
+            while (::waitid(P_PGID, id_t(each), &info, WEXITED | WNOHANG) == 0 && info.si_pid != 0)
+                info.si_pid = 0;
+            if (!groupExists(each)) {
+                _groups.remove(each);
+                left.removeAt(i);
+            }
+        }
+        if (left.isEmpty())
+            return true;
+        if (deadline.hasExpired())
+            return false;
+        QThread::msleep(5);
+    }
 }
 
 qint64 QAProcess::pid() const
@@ -261,6 +343,7 @@ void QAProcess::finish()
     finished = true;
     failed = !normalExit || status != 0;
     _listOfProcess.removeAll(this);
+    leaderReaped();
     emit exited(normalExit, status);
 }
 

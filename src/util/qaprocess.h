@@ -4,6 +4,7 @@
 
 #include <QByteArray>
 #include <QDir>
+#include <QHash>
 #include <QList>
 #include <QObject>
 #include <QProcess>
@@ -16,6 +17,10 @@ class QTextCodec;
 ///
 /// The synchronous mode keeps the event loop turning while it waits, so slots
 /// of other objects (and of this object's own receivers) run inside start().
+///
+/// Each run leads a process group of its own: kill() and tryTerminate() reach
+/// whatever the child started as well, and a terminal's Ctrl-C reaches the
+/// host alone, which stops a run through its own means.
 class SDK_EXPORT QAProcess : public QObject
 {
     Q_OBJECT
@@ -32,6 +37,12 @@ public:
     static void killAll();
     /// The processes started and not yet ended; a shutdown kills them.
     static int runningCount();
+    /// Kills what is left of the process groups that runs led, and waits up
+    /// to \a msecs until they are gone; a member that became a child of this
+    /// process is reaped. For the end of a program, once the objects that ran
+    /// the processes are deleted: a group whose leader runs still is left to
+    /// its object. False when some group outlived the wait.
+    static bool endGroups(int msecs);
 
     void kill();
     void tryTerminate();
@@ -54,6 +65,8 @@ private:
     void readChannel(QProcess::ProcessChannel channel, bool flushTail);
     void releaseProcess();
     void finish();
+    void signalGroup(int signal);
+    void leaderReaped();
 
     QProcess* process = nullptr;
     bool finished = false;
@@ -65,8 +78,13 @@ private:
     /// Slots of this object that a signal of the QProcess runs at the moment;
     /// while there is one, the QProcess is deleted later, not at once.
     int deliveringSignals = 0;
+    /// The process group of the current run: the child's own process id.
+    qint64 group = 0;
 
     static QList<QAProcess*> _listOfProcess;
+    /// Every group a run led that may still have members, with the object
+    /// whose child leads it, or null once that leader is reaped.
+    static QHash<qint64, QAProcess*> _groups;
 };
 
 /// Splits \a text on \a separator; a separator preceded by a backslash is kept

@@ -271,12 +271,12 @@ private slots:
         const QAStTargetPackage* c = QAStTargetPackageList::searchAssociated("gnu_c_native", "C");
         const QAStTargetPackage* cpp = QAStTargetPackageList::searchAssociated("gnu_cpp_native", "CPP");
         QVERIFY(c && cpp);
-        QCOMPARE(c->srcExt, QStringLiteral(".c"));
-        QCOMPARE(cpp->srcExt, QStringLiteral(".cpp"));
+        QCOMPARE(c->srcExt, QStringLiteral("c"));
+        QCOMPARE(cpp->srcExt, QStringLiteral("cpp"));
         for (const QAStTargetPackage* port : {c, cpp}) {
-            QCOMPARE(port->objectExt, QStringLiteral(".o"));
-            QCOMPARE(port->libExt, QStringLiteral(".a"));
-            QCOMPARE(port->dllExt, QStringLiteral(".so"));
+            QCOMPARE(port->objectExt, QStringLiteral("o"));
+            QCOMPARE(port->libExt, QStringLiteral("a"));
+            QCOMPARE(port->dllExt, QStringLiteral("so"));
             QVERIFY(port->exeExt.isEmpty());
             QVERIFY(port->includePaths.contains(QStringLiteral("/usr/include")));
             QCOMPARE(port->flags, 0xE1E00u);

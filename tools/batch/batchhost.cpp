@@ -6,13 +6,20 @@
 
 #include <QTextStream>
 
+// One call is one message, and the library leaves the line end of many to
+// the console: without it a message would run into the next one.
 void BatchConsole::write(const QString& text)
 {
+    if (text.isEmpty())
+        return;
+    QString message = text;
+    if (!message.endsWith(QLatin1Char('\n')))
+        message += QLatin1Char('\n');
     if (_held) {
-        _kept += text;
+        _kept += message;
         return;
     }
-    _standardError.error(text);
+    _standardError.error(message);
 }
 
 void reportError(const QString& message)

@@ -11,7 +11,7 @@ void reportError(const QString& message);
 
 /// A console end for a run without a user: text goes to standard error, the
 /// stream that batch mode keeps for whatever is not the program's own
-/// report. While held, the text is kept instead, so that the caller can turn
+/// report; each message ends its line. While held, the text is kept instead, so that the caller can turn
 /// it into one line of its own.
 class BatchConsole : public QAILogMonitor
 {

@@ -10,6 +10,7 @@
 #include "qasttargetpackagelist.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QEventLoop>
 #include <QFileInfo>
 #include <QSet>
@@ -113,7 +114,8 @@ int BatchSession::open(const QString& path, const QString& configuration)
         reportError(QStringLiteral("cannot open the project %1: %2").arg(path, reasonOf(notes)));
         return ExitLoad;
     }
-    _host.messages().log(notes);
+    if (!notes.isEmpty())
+        _host.messages().log(notes);
     if (configuration.isNull())
         return ExitSuccess;
     const QStringList names = _project->initialConfigurations().keys();
@@ -126,6 +128,11 @@ int BatchSession::open(const QString& path, const QString& configuration)
     // itself, and nothing is saved.
     _project->setCurrentConfiguration(configuration);
     return ExitSuccess;
+}
+
+void BatchSession::close()
+{
+    _project.reset();
 }
 
 QAStNode* BatchSession::resolve(const QString& path) const
@@ -249,9 +256,15 @@ int BatchSession::settings(QAStNode* node)
     return ExitSuccess;
 }
 
+// The file as a step of the node writes it: a step runs in the node's
+// directory, and its file ends in the true value that loading it expects.
 int BatchSession::env(QAStNode* node)
 {
+    const QString previous = QDir::currentPath();
+    QDir::setCurrent(node->directory());
     node->generateEnv(_out);
+    QDir::setCurrent(previous);
+    _out << "\n1;\n";
     _out.flush();
     return ExitSuccess;
 }

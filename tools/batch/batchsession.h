@@ -37,6 +37,8 @@ public:
     /// Opens the project file and selects \a configuration when one is
     /// named; an exit status other than success after a one-line message.
     int open(const QString& path, const QString& configuration);
+    /// Deletes the project, and with it the processes of its steps.
+    void close();
     /// The node that \a path names: the names from the project down, joined
     /// by dots; an empty path, or the project's own name, is the project.
     QAStNode* resolve(const QString& path) const;

@@ -16,6 +16,7 @@
 #include <QTextStream>
 
 #include <csignal>
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -48,8 +49,8 @@ const char usage[] =
     "Progress goes to standard output, the scripts' output to standard error.\n"
     "Exit status: 0 success, 1 failed build or execution, 2 failed test verdict,\n"
     "3 stopped, 4 usage error, 5 project or installation that cannot be loaded.\n"
-    "The project file is never written. Ctrl-C stops the run; a second one\n"
-    "kills what is left at once.\n";
+    "The project file is never written. Ctrl-C or SIGTERM stops the run; a\n"
+    "second one kills what is left at once.\n";
 
 struct Arguments {
     QString configuration;
@@ -89,14 +90,39 @@ int usageError(const QString& message)
     return ExitUsage;
 }
 
-// Ctrl-C and a termination request reach the event loop through a pipe, the
-// one thing a signal handler may safely write to.
+// Ctrl-C and a termination request are noted, and reach the event loop
+// through a pipe, the one thing a signal handler may safely write to.
+volatile std::sig_atomic_t stopRequests = 0;
 int signalPipe[2] = {-1, -1};
 
 void onSignal(int)
 {
+    stopRequests = 1;
     const char byte = 1;
     [[maybe_unused]] const ssize_t written = ::write(signalPipe[1], &byte, 1);
+}
+
+// From the start on, so that a request during the load ends the program as
+// one during a run does, and not by the signal.
+void catchStopRequests(bool catching)
+{
+    if (catching)
+        ::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, signalPipe);
+    struct sigaction action = {};
+    action.sa_handler = catching ? onSignal : SIG_DFL;
+    sigemptyset(&action.sa_mask);
+    ::sigaction(SIGINT, &action, nullptr);
+    ::sigaction(SIGTERM, &action, nullptr);
+    if (!catching) {
+        ::close(signalPipe[0]);
+        ::close(signalPipe[1]);
+    }
+}
+
+int stoppedBefore(const QString& command)
+{
+    reportError(QStringLiteral("stopped before %1 ran").arg(command));
+    return ExitStopped;
 }
 
 class Library
@@ -162,6 +188,36 @@ int runCommand(BatchSession& session, const QString& command, const QStringList&
     return session.run(command, node);
 }
 
+// Loads the installation and the project, and runs the command on them; a
+// stop requested during the load ends the program before the command runs.
+int loadAndRun(Library& library, BatchSession& session, QTextStream& out, const Arguments& arguments)
+{
+    const QStringList& positional = arguments.positional;
+    const QString command = positional.at(positional.size() == 1 ? 0 : 1);
+    if (!library.load())
+        return ExitLoad;
+    if (stopRequests)
+        return stoppedBefore(command);
+    if (command == QLatin1String("ports")) {
+        if (positional.size() > 2)
+            return usageError(QStringLiteral("too many arguments for ports"));
+        return BatchSession::ports(out);
+    }
+    // A load that a stop request interrupted may have failed because of it.
+    const int opened = session.open(positional.at(0), arguments.configuration);
+    if (stopRequests)
+        return stoppedBefore(command);
+    if (opened != ExitSuccess)
+        return opened;
+    QSocketNotifier interrupt(signalPipe[0], QSocketNotifier::Read);
+    QObject::connect(&interrupt, &QSocketNotifier::activated, &session, [&] {
+        char byte = 0;
+        [[maybe_unused]] const ssize_t got = ::read(signalPipe[0], &byte, 1);
+        session.stop();
+    });
+    return runCommand(session, command, positional.mid(2));
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -175,45 +231,28 @@ int main(int argc, char** argv)
         return ExitSuccess;
     }
     const QStringList& positional = arguments.positional;
-    const bool portsOnly = positional == QStringList {QStringLiteral("ports")};
-    if (!portsOnly && positional.size() < 2)
+    if (positional != QStringList {QStringLiteral("ports")} && positional.size() < 2)
         return usageError(positional.isEmpty() ? QStringLiteral("a project and a command are needed")
                                                : QStringLiteral("a command is needed"));
-
-    BatchHost host(QString::fromLocal8Bit(argv[0]));
-    Library library(host);
-    if (!library.load())
-        return ExitLoad;
-    QTextStream out(stdout);
-    if (portsOnly)
-        return BatchSession::ports(out);
-    if (positional.at(1) == QLatin1String("ports")) {
-        if (positional.size() > 2)
-            return usageError(QStringLiteral("too many arguments for ports"));
-        return BatchSession::ports(out);
+    catchStopRequests(true);
+    // A process that a step's script left behind becomes this program's
+    // child instead of init's when the script ends, so that a stop can reap
+    // it before the program ends.
+    ::prctl(PR_SET_CHILD_SUBREAPER, 1);
+    int status = ExitSuccess;
+    {
+        BatchHost host(QString::fromLocal8Bit(argv[0]));
+        Library library(host);
+        QTextStream out(stdout);
+        BatchSession session(host, out);
+        status = loadAndRun(library, session, out, arguments);
+        out.flush();
+        // The project's processes are killed and reaped by their owners as
+        // it closes; what those started is left for the stop to end.
+        session.close();
     }
-
-    BatchSession session(host, out);
-    ::socketpair(AF_UNIX, SOCK_STREAM, 0, signalPipe);
-    QSocketNotifier interrupt(signalPipe[0], QSocketNotifier::Read);
-    QObject::connect(&interrupt, &QSocketNotifier::activated, &session, [&] {
-        char byte = 0;
-        [[maybe_unused]] const ssize_t got = ::read(signalPipe[0], &byte, 1);
-        session.stop();
-    });
-    struct sigaction action = {};
-    action.sa_handler = onSignal;
-    sigemptyset(&action.sa_mask);
-    ::sigaction(SIGINT, &action, nullptr);
-    ::sigaction(SIGTERM, &action, nullptr);
-
-    int status = session.open(positional.at(0), arguments.configuration);
-    if (status == ExitSuccess)
-        status = runCommand(session, positional.at(1), positional.mid(2));
-    out.flush();
-    ::signal(SIGINT, SIG_DFL);
-    ::signal(SIGTERM, SIG_DFL);
-    ::close(signalPipe[0]);
-    ::close(signalPipe[1]);
+    if (stopRequests)
+        QAProcess::endGroups(2000);
+    catchStopRequests(false);
     return status;
 }

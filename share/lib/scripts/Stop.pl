@@ -1,7 +1,8 @@
 #!/usr/bin/perl
-# Stops a running step: the process whose id the studio gives, and the
-# processes it started. The studio kills the step's own process afterwards if
-# it still lives.
+# Stops a running step: the process whose id the studio gives, the process
+# group it leads (the studio starts every step in a group of its own), and the
+# processes it started that left the group. The studio kills the step's group
+# afterwards if anything of it still lives.
 #
 #   Stop.pl ENVIRONMENT_FILE PID [AFTER_CHILD_SCRIPT]
 
@@ -12,23 +13,36 @@ my ($environment, $pid, $script) = @ARGV;
 die "usage: Stop.pl ENVIRONMENT_FILE PID [AFTER_CHILD_SCRIPT]\n"
     unless defined $pid && $pid =~ /^\d+$/ && $pid > 1;
 
-# Children first, so that none is left behind without its parent.
-sub descendants {
-    my ($parent) = @_;
-    my @found;
-    opendir(my $proc, '/proc') or return ();
+# Parent and process group of every process, from /proc.
+my (%parent, %group);
+if (opendir(my $proc, '/proc')) {
     for my $entry (grep { /^\d+$/ } readdir($proc)) {
         open(my $stat, '<', "/proc/$entry/stat") or next;
         my $line = <$stat>;
         close($stat);
-        next unless defined $line && $line =~ /\)\s+\S\s+(\d+)/;
-        push @found, descendants($entry), $entry if $1 == $parent;
+        next unless defined $line && $line =~ /\)\s+\S\s+(\d+)\s+(\d+)/;
+        ($parent{$entry}, $group{$entry}) = ($1, $2);
     }
     closedir($proc);
-    return @found;
 }
 
-my @victims = (descendants($pid), $pid);
-my $signalled = kill 'TERM', @victims;
-print "Stop: $signalled process(es) signalled for ", (defined $script && length $script ? $script : 'the step'), "\n";
+my %descendants;
+my @pending = ($pid);
+while (defined(my $each = shift @pending)) {
+    for my $child (grep { $parent{$_} == $each } keys %parent) {
+        push @pending, $child unless $descendants{$child}++;
+    }
+}
+my @members = (defined $group{$pid} && $group{$pid} == $pid)
+    ? grep { $group{$_} == $pid } keys %group : ();
+my %member = map { $_ => 1 } @members;
+my @outside = grep { !$member{$_} } ($pid, keys %descendants);
+
+# The group is signalled as one, so that a process forked meanwhile is not
+# missed; the descendants that left it one by one.
+my $signalled = 0;
+$signalled += @members if @members && kill('TERM', -$pid);
+$signalled += kill('TERM', @outside) if @outside;
+print "Stop: $signalled process(es) signalled for ",
+    (defined $script && length $script ? $script : 'the step'), "\n";
 exit 0;

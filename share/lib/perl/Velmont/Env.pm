@@ -6,6 +6,7 @@ package Velmont::Env;
 use strict;
 use warnings;
 use Exporter 'import';
+use File::Spec;
 
 our @EXPORT_OK = qw(load_environment);
 
@@ -13,11 +14,14 @@ sub load_environment {
     my ($file) = @_;
     die "no environment file given\n" unless defined $file && length $file;
     die "environment file $file does not exist\n" unless -f $file;
+    # A relative path would be looked up in @INC, which no longer holds the
+    # current directory.
+    my $path = File::Spec->rel2abs($file);
     my $result;
     {
         package main;
         no strict;
-        $result = do $file;
+        $result = do $path;
     }
     die "environment file $file: $@" if $@;
     die "environment file $file: $!\n" unless defined $result;
