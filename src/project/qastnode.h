@@ -22,6 +22,8 @@ class SDK_EXPORT QAStNode : public QAStData
 public:
     enum State { Included = 0, Excluded = 1, ReportOnly = 2 };
     Q_ENUM(State)
+    /// The bits of executionFlag() that select the execution steps.
+    static constexpr int ExecutionSteps = 0x30;
 
     QAStNode(const QString& name, const QPixmap& icon, QAStData* parent = nullptr,
              QAStData* after = nullptr);
@@ -196,6 +198,9 @@ protected:
     bool isSkipped(QAStNode* node) const;
     QString reportFile(const char* key, const char* extension, const char* fallback, bool nearestTest);
     void enterDirectory();
+    /// generateEnv() with the bits \a steps taken out of executionFlag() of
+    /// the current configuration for the time of the call.
+    void generateEnvWithout(QTextStream& stream, int steps);
 
     QAStAttribute<int> state {Included, true};
     QAStAttribute<bool> background {false, true};
@@ -215,6 +220,7 @@ protected:
     QMap<QString, QAStConfiguration*> _configurations;
 
 private:
+    void listenForChildEnd(QAStNode* child, void (QAStNode::*slot)());
     void startChildWalk(const QList<QAStNode*>& nodes);
     void goOnWithChildren(bool execution);
     void finishChildWalk(bool execution);

@@ -1,6 +1,8 @@
 #include "withoutmenus.h"
 #include "qaprocess.h"
+#include "qastconfiguration.h"
 #include "qastnode.h"
+#include "qastproject.h"
 #include "recordinghost.h"
 
 #include <QDir>
@@ -14,6 +16,8 @@
 
 namespace {
 
+// Its steps, scripts and the statuses it takes from its children go to
+// `events`, in the order they happened.
 class TestNode : public WithoutMenus<QAStNode>
 {
     Q_OBJECT
@@ -22,24 +26,45 @@ public:
         : WithoutMenus(name, QPixmap(), parent, after)
     {
         connect(this, &QAStNode::buildExecuteFinished, this, [this] { ++finished; });
+        connect(this, &QAStData::perlScriptStarted, this, [this] { events << "start " + this->name(); });
+        connect(this, &QAStData::perlScriptTerminated, this, [this] { events << "end " + this->name(); });
     }
-    int executionFlag() override { return flag; }
+    int executionFlag() override { return flag < 0 ? QAStNode::executionFlag() : flag; }
     bool isNodeExecutable() override { return executable; }
+    void buildChildFinishEvent(QAStNode* child) override
+    {
+        events << "advance " + child->name();
+        QAStNode::buildChildFinishEvent(child);
+    }
+    void done() override
+    {
+        QAStNode::done();
+        events << QStringLiteral("done");
+    }
+    void settingsCommited() override
+    {
+        events << "commit " + name();
+        QAStNode::settingsCommited();
+    }
 
-    int flag = 0;
+    int flag = -1; // the configuration's
     bool executable = false;
     int finished = 0;
+    static QStringList events;
 };
+QStringList TestNode::events;
 
-// Prints the node's name; writes the files named in its OUT_FILES variable and
-// reports them in the log of produced files; exits with the code EXIT_CODE of
-// its environment, or waits to be stopped when that is "wait".
+// Prints the node's name and the steps its environment asks for; writes the
+// files named after it and reports them in the log of produced files; fails,
+// waits to be stopped, or waits for the file "<name>.go", by its name.
 const char* const stepScript = R"(
 my ($env, $name) = @ARGV;
 my ($quid) = $env =~ /environment_node(\d+)\.pl$/;
 open(my $in, '<', $env) or die "no environment\n";
 my $text = do { local $/; <$in> };
+$| = 1;
 print "step $name\n";
+print "stage $name $1\n" if $text =~ /^\$STAGE='(\w*)'/m;
 if ($name =~ /^out/) {
     open(my $log, '>', "intermediates_files$quid.log") or die;
     for my $f ("$name.o", "$name.lst") {
@@ -48,11 +73,24 @@ if ($name =~ /^out/) {
     }
     close($log);
 }
-if ($name =~ /^wait/) { $| = 1; print "waiting\n"; sleep 60; }
+if ($name =~ /^wait/) { print "waiting\n"; sleep 60; }
+if ($name =~ /^hold/) {
+    print "holding\n";
+    for (1 .. 1000) { last if -e "$name.go"; select(undef, undef, undef, 0.01); }
+    exit 4 unless -e "$name.go";
+}
 exit($name =~ /^fail/ ? 1 : 0);
 )";
 
 } // namespace
+
+// An external command: a settings change passes it by.
+class QAStNodeUser : public TestNode
+{
+    Q_OBJECT
+public:
+    using TestNode::TestNode;
+};
 
 class tst_NodeStateMachine : public QObject
 {
@@ -63,6 +101,10 @@ private slots:
     void cleanup();
     void buildRunsChildrenThenParentAndCombinesStatuses_data();
     void buildRunsChildrenThenParentAndCombinesStatuses();
+    void backgroundChildIsHeardOnce_data();
+    void backgroundChildIsHeardOnce();
+    void buildStepAsksForNoExecution_data();
+    void buildStepAsksForNoExecution();
     void upToDateChildrenMakeTheParentSucceed();
     void excludedNodeEndsAtOnce();
     void childStatusesCombine_data();
@@ -73,6 +115,7 @@ private slots:
     void wideAndDeepRunsComplete();
     void executionAsksBeforeRebuilding_data();
     void executionAsksBeforeRebuilding();
+    void settingsChangeReachesEveryNodeOnce();
     void hashCodeIgnoresCase();
     void movesKeepTheChainWhole();
     void deletingTheRootDuringItsRunFreesTheNextRun();
@@ -106,6 +149,7 @@ void tst_NodeStateMachine::init()
 {
     host.messages.clear();
     host.boxes.clear();
+    TestNode::events.clear();
     QDir::setCurrent(startDirectory);
 }
 
@@ -114,6 +158,7 @@ void tst_NodeStateMachine::cleanup()
     delete root;
     root = nullptr;
     QVERIFY(!QAStNode::isRunConnected());
+    QAStProject::setModeBatch(false);
 }
 
 TestNode* tst_NodeStateMachine::makeTree(const QStringList& childNames, bool withScripts)
@@ -162,6 +207,63 @@ void tst_NodeStateMachine::buildRunsChildrenThenParentAndCombinesStatuses()
         QVERIFY(child->executionStatus() == 5 || static_cast<TestNode*>(child)->finished == 1);
     QCOMPARE(QDir::currentPath(), startDirectory);
     QVERIFY(QDir(startDirectory).entryList({"environment_node*"}).isEmpty());
+}
+
+void tst_NodeStateMachine::backgroundChildIsHeardOnce_data()
+{
+    QTest::addColumn<int>("flag");
+    QTest::newRow("a background child with no execution step") << 0;
+    QTest::newRow("a background child whose execution ends at once") << 0x10;
+}
+
+// A background child ends its build twice over when its execution is over at
+// once; the parent must still take the next child only after it, and wait
+// for that one before it goes on.
+void tst_NodeStateMachine::backgroundChildIsHeardOnce()
+{
+    QFETCH(int, flag);
+    makeTree({"back", "hold", "last"}, true);
+    auto* back = static_cast<TestNode*>(root->children().first());
+    back->backgroundAttribute() = true;
+    back->executable = true;
+    back->flag = flag;
+    root->rebuild();
+    QTRY_VERIFY_WITH_TIMEOUT(host.consoleText(0).contains(QLatin1String("holding")), 10000);
+    QFile go(startDirectory + QStringLiteral("/hold.go"));
+    QVERIFY(go.open(QIODevice::WriteOnly));
+    runToEnd(root);
+    go.remove();
+    QCOMPARE(TestNode::events,
+             (QStringList{"start back", "end back", "advance back", "start hold", "end hold", "advance hold",
+                          "start last", "end last", "advance last", "start root", "end root", "done"}));
+    QVERIFY(host.consoleText(0).endsWith(QLatin1String("\nSuccess\n")));
+}
+
+void tst_NodeStateMachine::buildStepAsksForNoExecution_data()
+{
+    QTest::addColumn<bool>("held");
+    QTest::newRow("the node holds its own flag") << true;
+    QTest::newRow("the node inherits its flag") << false;
+}
+
+// The script after the children builds; the execution steps stay out of its
+// environment, and the configuration is as it was once the script runs.
+void tst_NodeStateMachine::buildStepAsksForNoExecution()
+{
+    QFETCH(bool, held);
+    makeTree({"a"}, true);
+    auto* a = static_cast<TestNode*>(root->children().first());
+    root->addConfiguration(QStringLiteral("Debug"));
+    root->setCurrentConfiguration(QStringLiteral("Debug"));
+    QAStConfiguration* own = a->configuration(QStringLiteral("Debug"));
+    (held ? own : root->configuration(QStringLiteral("Debug")))->setProperty(QStringLiteral("executionFlag"), 0x31);
+    QSignalSpy started(a, &QAStData::perlScriptStarted);
+    root->rebuild();
+    QTRY_COMPARE_WITH_TIMEOUT(started.count(), 1, 10000);
+    QCOMPARE(own->hasProperty(QStringLiteral("executionFlag")), held);
+    QCOMPARE(a->executionFlag(), 0x31);
+    runToEnd(root);
+    QVERIFY2(host.consoleText(0).contains(QLatin1String("stage a c\n")), qPrintable(host.consoleText(0)));
 }
 
 void tst_NodeStateMachine::upToDateChildrenMakeTheParentSucceed()
@@ -244,6 +346,16 @@ void tst_NodeStateMachine::logFileFeedsOutputMapAndCleanDeletesThem()
         QVERIFY2(!QFile::exists(file), qPrintable(file));
     QVERIFY(child->outFileNameMap().isEmpty());
     QVERIFY(host.consoleText(0).contains(QLatin1String("root: Cleaning...\n")));
+
+    // A clean deletes the current configuration's files only, also when the
+    // hash of its name (1 for "KJJJ") begins the other's (1246382666).
+    QFile other(startDirectory + QStringLiteral("/other.o"));
+    QVERIFY(other.open(QIODevice::WriteOnly));
+    child->addOutFileName(QStringLiteral("OBJ"), other.fileName());
+    root->addConfiguration(QStringLiteral("KJJJ"));
+    root->setCurrentConfiguration(QStringLiteral("KJJJ"));
+    root->clean();
+    QVERIFY(other.exists());
 }
 
 void tst_NodeStateMachine::stopDuringDeepRunReachesTheScript()
@@ -302,22 +414,30 @@ void tst_NodeStateMachine::wideAndDeepRunsComplete()
             QCOMPARE(node->finished, 1);
     }
     QCOMPARE(QDir::currentPath(), startDirectory);
+    // A settings change reaches the whole tree, and each node once.
+    TestNode::events.clear();
+    root->settingsCommited();
+    QCOMPARE(TestNode::events.size(), nodes.size() + 1);
 }
 
 void tst_NodeStateMachine::executionAsksBeforeRebuilding_data()
 {
+    QTest::addColumn<bool>("batch");
     QTest::addColumn<int>("answer");
     QTest::addColumn<int>("flag");
     QTest::addColumn<QString>("console");
-    QTest::newRow("cancel ends the run") << int(QMessageBox::Cancel) << 0x10 << "";
-    QTest::newRow("no executes without building") << int(QMessageBox::No) << 0x10 << "";
+    QTest::newRow("cancel ends the run") << false << int(QMessageBox::Cancel) << 0x10 << "";
+    QTest::newRow("no executes without building") << false << int(QMessageBox::No) << 0x10 << "";
     QTest::newRow("no step selected")
-        << int(QMessageBox::No) << 0 << "root: no execution step is selected\n";
-    QTest::newRow("yes rebuilds") << int(QMessageBox::Yes) << 0x10 << "step a step root";
+        << false << int(QMessageBox::No) << 0 << "root: no execution step is selected\n";
+    QTest::newRow("yes rebuilds") << false << int(QMessageBox::Yes) << 0x10 << "step a step root";
+    // Script output of a batch run goes to standard error, not to the console.
+    QTest::newRow("a batch run rebuilds without asking") << true << int(QMessageBox::Cancel) << 0x10 << "";
 }
 
 void tst_NodeStateMachine::executionAsksBeforeRebuilding()
 {
+    QFETCH(bool, batch);
     QFETCH(int, answer);
     QFETCH(int, flag);
     QFETCH(QString, console);
@@ -327,16 +447,40 @@ void tst_NodeStateMachine::executionAsksBeforeRebuilding()
     static_cast<TestNode*>(root->children().first())->flag = flag;
     root->setForceRebuild(true);
     host.boxAnswer = answer;
+    QAStProject::setModeBatch(batch);
     root->execute();
     runToEnd(root);
     host.boxAnswer = 0;
+    const bool rebuilt = batch || answer == QMessageBox::Yes;
+    QCOMPARE(root->children().first()->executionStatus(), rebuilt ? 0 : 5);
+    QCOMPARE(root->isForceRebuild(), !rebuilt && answer == QMessageBox::Cancel);
+    if (batch) {
+        QVERIFY(host.boxes.isEmpty());
+        return;
+    }
     QCOMPARE(host.boxes.size(), 1);
     QVERIFY(host.boxes.first().startsWith(QLatin1String("root execution|You have changed")));
     QString text = host.consoleText(0);
     if (console.startsWith(QLatin1String("step")))
         text = text.simplified().remove(QRegularExpression(" ?Success"));
     QCOMPARE(text, console);
-    QCOMPARE(root->isForceRebuild(), answer == QMessageBox::Cancel);
+}
+
+// Each node below takes the change through its own operation, an external
+// command aside, though what stands below one is reached.
+void tst_NodeStateMachine::settingsChangeReachesEveryNodeOnce()
+{
+    makeTree({"a", "b"}, false);
+    auto* user = new QAStNodeUser(QStringLiteral("user"), root->children().first());
+    new TestNode(QStringLiteral("deep"), new TestNode(QStringLiteral("inner"), root->children().first()));
+    new TestNode(QStringLiteral("under the command"), user);
+    root->settingsCommited();
+    QCOMPARE(TestNode::events,
+             (QStringList{"commit root", "commit a", "commit inner", "commit deep", "commit under the command",
+                          "commit b"}));
+    QVERIFY(!user->isForceRebuild());
+    for (QAStData* node : root->childrenOfClass("QAStNode", true))
+        QCOMPARE(static_cast<QAStNode*>(node)->isForceRebuild(), node != user);
 }
 
 void tst_NodeStateMachine::hashCodeIgnoresCase()
