@@ -170,6 +170,9 @@ public slots:
     virtual void debug();
     virtual void clean();
     virtual void settings();
+    /// Marks this node to be built again, and passes the call on to each
+    /// node below through its own settingsCommited(); an external command
+    /// is passed by, the nodes below it are not.
     virtual void settingsCommited();
     virtual void openReportById(int id);
     virtual void openReportById(int id, bool showError);
