@@ -183,31 +183,21 @@ private slots:
         QCOMPARE(sources->filters(), QStringLiteral("*.c"));
     }
 
-    void folderDialog_data()
-    {
-        QTest::addColumn<QString>("typed");
-        QTest::addColumn<bool>("accepted");
-        QTest::newRow("a name") << "Docs" << true;
-        QTest::newRow("blanks are no name") << "   " << false;
-    }
+    // Blanks are no name; a name makes the default button take the Return.
     void folderDialog()
     {
-        QFETCH(QString, typed);
-        QFETCH(bool, accepted);
         QAStFolderDialog dialog;
         dialog.show();
         QVERIFY(QTest::qWaitForWindowExposed(&dialog));
-        QVERIFY(!dialog.okButton()->isEnabled());
-        QTest::keyClicks(dialog.nameEdit(), typed);
+        QTest::keyClicks(dialog.nameEdit(), QStringLiteral("   "));
         QTest::keyClicks(dialog.filtersEdit(), QStringLiteral("*.txt;*.md"));
-        QCOMPARE(dialog.okButton()->isEnabled(), accepted);
-        QVERIFY(dialog.okButton()->isDefault());
+        QVERIFY(!dialog.okButton()->isEnabled());
+        QTest::keyClicks(dialog.nameEdit(), QStringLiteral("Docs"));
+        QVERIFY(dialog.okButton()->isEnabled() && dialog.okButton()->isDefault());
         QTest::keyClick(dialog.filtersEdit(), Qt::Key_Return);
-        QCOMPARE(dialog.result() == QDialog::Accepted, accepted);
-        if (accepted) {
-            QCOMPARE(dialog.folderName(), typed);
-            QCOMPARE(dialog.filters(), QStringLiteral("*.txt;*.md"));
-        }
+        QCOMPARE(dialog.result(), int(QDialog::Accepted));
+        QCOMPARE(dialog.folderName(), QStringLiteral("Docs"));
+        QCOMPARE(dialog.filters(), QStringLiteral("*.txt;*.md"));
     }
 
 private:
