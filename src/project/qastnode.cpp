@@ -306,18 +306,27 @@ void QAStNode::settings()
     emit editSettings();
 }
 
+namespace {
+// Each node below gets the call once, from its nearest node above, and passes
+// it on itself; an external command keeps its own state, but what hangs below
+// it does not.
+void commitSettingsBelow(QAStData* data)
+{
+    for (QAStData* child = data->firstChild(); child; child = child->next()) {
+        QAStNode* node = QAStNode::toNode(child);
+        if (node && !node->inherits("QAStNodeUser"))
+            node->settingsCommited();
+        else
+            commitSettingsBelow(child);
+    }
+}
+} // namespace
+
 void QAStNode::settingsCommited()
 {
     forceRebuild = true;
     modified = true;
-    const QList<QAStData*> descendants = childrenOfClass("QAStNode", true);
-    for (QAStData* descendant : descendants) {
-        if (descendant->inherits("QAStNodeUser"))
-            continue;
-        auto* node = static_cast<QAStNode*>(descendant);
-        node->forceRebuild = true;
-        node->modified = true;
-    }
+    commitSettingsBelow(this);
 }
 
 void QAStNode::openReportById(int id)
@@ -616,9 +625,19 @@ void QAStNode::buildCurrentChild()
     QAStNode* child = buildExecuteChildNode();
     if (!child)
         return;
-    connect(child, &QAStNode::buildExecuteFinished, this, &QAStNode::buildNextChild,
-            static_cast<Qt::ConnectionType>(Qt::QueuedConnection | Qt::UniqueConnection));
+    listenForChildEnd(child, &QAStNode::buildNextChild);
     child->buildNode();
+}
+
+// The child's end is taken up in the next turn of the event loop, so that a
+// walk through many children does not grow the stack. The connection goes at
+// the child's first signal, not when the slot runs: a child that signals its
+// end twice before then (a background node whose execution ended at once) is
+// still heard once, and the walk goes on once.
+void QAStNode::listenForChildEnd(QAStNode* child, void (QAStNode::*slot)())
+{
+    connect(child, &QAStNode::buildExecuteFinished, this, slot,
+            Qt::ConnectionType(Qt::QueuedConnection | Qt::UniqueConnection | Qt::SingleShotConnection));
 }
 
 bool QAStNode::abortBuildOnChildError(QAStNode* child)
@@ -630,8 +649,6 @@ bool QAStNode::abortBuildOnChildError(QAStNode* child)
 void QAStNode::buildNextChild()
 {
     QAStNode* child = buildExecuteChildNode();
-    if (child)
-        disconnect(child, &QAStNode::buildExecuteFinished, this, &QAStNode::buildNextChild);
     if (!childIterator)
         return;
     if (!child) {
@@ -666,10 +683,35 @@ void QAStNode::buildAfterChildren()
         abortBuildExecute();
         return;
     }
-    generateEnv(stream);
+    // The script after the children builds; it must not ask for execution.
+    generateEnvWithout(stream, ExecutionSteps);
     connect(this, &QAStData::perlScriptTerminated, this, &QAStNode::buildScriptTerminated,
             Qt::UniqueConnection);
     executePerlScript(perlscriptAfterChild, directory(), &stream, true, BuildConsole, nullptr);
+}
+
+void QAStNode::generateEnvWithout(QTextStream& stream, int steps)
+{
+    const ExecutionFlagMask mask(this, steps);
+    generateEnv(stream);
+}
+
+QAStNode::ExecutionFlagMask::ExecutionFlagMask(QAStNode* node, int steps)
+    : configuration(node->currentConfiguration()), flag(node->executionFlag()),
+      held(configuration && configuration->hasProperty(QStringLiteral("executionFlag")))
+{
+    if (configuration)
+        configuration->setProperty(QStringLiteral("executionFlag"), flag & ~steps);
+}
+
+QAStNode::ExecutionFlagMask::~ExecutionFlagMask()
+{
+    if (!configuration)
+        return;
+    if (held)
+        configuration->setProperty(QStringLiteral("executionFlag"), flag);
+    else
+        configuration->unsetProperty(QStringLiteral("executionFlag"));
 }
 
 void QAStNode::buildScriptTerminated()
@@ -735,6 +777,11 @@ void QAStNode::executeOrDebug(bool debug)
     if (studio)
         studio->prepareRun();
     if (mustRebuilt()) {
+        // A batch run has nobody to ask: it rebuilds.
+        if (QAStProject::modeBatch()) {
+            rebuildProcess(debug);
+            return;
+        }
         int answer = QMessageBox::Yes;
         if (studio) {
             answer = studio->messageBox(
@@ -764,7 +811,7 @@ void QAStNode::executeNode()
 {
     warning("QAStNode::executeNode [%s]", qPrintable(name()));
     enterDirectory();
-    if (executionFlag() & 0x30) {
+    if (executionFlag() & ExecutionSteps) {
         executeFirstChild();
         return;
     }
@@ -802,8 +849,7 @@ void QAStNode::executeCurrentChild()
         executeNextChild();
         return;
     }
-    connect(child, &QAStNode::buildExecuteFinished, this, &QAStNode::executeNextChild,
-            static_cast<Qt::ConnectionType>(Qt::QueuedConnection | Qt::UniqueConnection));
+    listenForChildEnd(child, &QAStNode::executeNextChild);
     child->executeNode();
 }
 
@@ -817,8 +863,6 @@ void QAStNode::executeNextChild()
         abortBuildExecute();
         return;
     }
-    if (!child->background.get())
-        disconnect(child, &QAStNode::buildExecuteFinished, this, &QAStNode::executeNextChild);
     child->debugRun = false;
     executeChildFinishEvent(child);
     if (child->executionStatus() == ExecutionStopped) {
@@ -915,7 +959,8 @@ void QAStNode::clean()
 
 void QAStNode::deleteOutFileNames()
 {
-    const QString prefix = _hashCode(_currentConfiguration);
+    // With the separator: one configuration's hash may begin another's.
+    const QString prefix = _hashCode(_currentConfiguration) + QLatin1Char('_');
     // Looked up only by a node that has files to delete: a clean walks every
     // node, and the way up to the project is as long as the tree is deep.
     QAStProject* owner = nullptr;

@@ -22,6 +22,8 @@ class SDK_EXPORT QAStNode : public QAStData
 public:
     enum State { Included = 0, Excluded = 1, ReportOnly = 2 };
     Q_ENUM(State)
+    /// The bits of executionFlag() that select the execution steps.
+    static constexpr int ExecutionSteps = 0x30;
 
     QAStNode(const QString& name, const QPixmap& icon, QAStData* parent = nullptr,
              QAStData* after = nullptr);
@@ -168,6 +170,9 @@ public slots:
     virtual void debug();
     virtual void clean();
     virtual void settings();
+    /// Marks this node to be built again, and passes the call on to each
+    /// node below through its own settingsCommited(); an external command
+    /// is passed by, the nodes below it are not.
     virtual void settingsCommited();
     virtual void openReportById(int id);
     virtual void openReportById(int id, bool showError);
@@ -196,6 +201,25 @@ protected:
     bool isSkipped(QAStNode* node) const;
     QString reportFile(const char* key, const char* extension, const char* fallback, bool nearestTest);
     void enterDirectory();
+    /// generateEnv() with the bits \a steps taken out of executionFlag() of
+    /// the current configuration for the time of the call.
+    void generateEnvWithout(QTextStream& stream, int steps);
+
+    /// Takes the bits \a steps out of executionFlag() of the node's current
+    /// configuration while it lives. The configuration is then left as it was
+    /// found: a value of its own again, or the inherited one showing through.
+    class ExecutionFlagMask
+    {
+    public:
+        ExecutionFlagMask(QAStNode* node, int steps);
+        ~ExecutionFlagMask();
+        Q_DISABLE_COPY(ExecutionFlagMask)
+
+    private:
+        QAStConfiguration* configuration;
+        int flag;
+        bool held;
+    };
 
     QAStAttribute<int> state {Included, true};
     QAStAttribute<bool> background {false, true};
@@ -215,6 +239,7 @@ protected:
     QMap<QString, QAStConfiguration*> _configurations;
 
 private:
+    void listenForChildEnd(QAStNode* child, void (QAStNode::*slot)());
     void startChildWalk(const QList<QAStNode*>& nodes);
     void goOnWithChildren(bool execution);
     void finishChildWalk(bool execution);

@@ -1,6 +1,5 @@
 #include "qastnodegroup.h"
 
-#include "qastconfiguration.h"
 #include "qastperlgen.h"
 #include "qatrace.h"
 
@@ -10,6 +9,7 @@
 namespace {
 // Coverage analysis selected: the group hands on the coverage and trace files.
 const int CoverageFlag = 0x200;
+const int CompileAndLinkSteps = 0xF;
 } // namespace
 
 QAStNodeGroup::QAStNodeGroup(const QString& name, QAStData* parent, QAStData* after)
@@ -86,19 +86,11 @@ void QAStNodeGroup::executeScriptTerminated()
 void QAStNodeGroup::generateEnv(QTextStream& stream)
 {
     // The group's one script gathers results; it must not see the compile
-    // and link steps as its own work. The configuration is left as it was
-    // found.
-    const int flag = executionFlag();
-    QAStConfiguration* configuration = currentConfiguration();
-    const QString key = QStringLiteral("executionFlag");
-    const bool held = configuration && configuration->hasProperty(key);
-    if (configuration)
-        configuration->setProperty(key, flag & ~0xF);
-    QAStNodeContainer::generateEnv(stream);
-    if (held)
-        configuration->setProperty(key, flag);
-    else if (configuration)
-        configuration->unsetProperty(key);
+    // and link steps as its own work.
+    {
+        const ExecutionFlagMask mask(this, CompileAndLinkSteps);
+        QAStNodeContainer::generateEnv(stream);
+    }
     if (executionFlag() & CoverageFlag) {
         writeFileList(stream, "@FDCFILES", QStringLiteral("FDC"));
         writeFileList(stream, "@TIOFILES", QStringLiteral("TIO"));
