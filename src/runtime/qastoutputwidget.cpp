@@ -26,14 +26,11 @@ QAStOutputWidget::QAStOutputWidget(QWidget* parent, const char* name)
     : QTextEdit(parent), _errorFont(font())
 {
     setObjectName(QString::fromLatin1(name));
-    // The view stays read-only even while text is selected: copying works so,
-    // and a writable view would take a middle-click paste.
     setReadOnly(true);
     setAcceptDrops(false);
     document()->setMaximumBlockCount(5000);
+    connect(this, &QTextEdit::selectionChanged, this, &QAStOutputWidget::selectionMade);
     connect(this, &QTextEdit::textChanged, this, &QAStOutputWidget::textEnter);
-    // Every host wants the jump to the source, so the console makes it itself.
-    connect(this, &QAStOutputWidget::selectedLine, this, &QAStOutputWidget::openSource);
 }
 
 QAStOutputWidget::~QAStOutputWidget() = default;
@@ -95,7 +92,10 @@ void QAStOutputWidget::error(const QString& text)
     QString html = QStringLiteral("<font ") + QStringLiteral("color=\"%1\"").arg(_errorColor.name())
         + QLatin1Char(' ') + QStringLiteral("face=\"%1\"").arg(_errorFont.family().toHtmlEscaped())
         + QLatin1Char(' ') + QStringLiteral(" >");
-    // Tool output is text, not markup: "vector<int>" must not vanish as a tag.
+    // The markup is ours, the message is not: a compiler's "std::vector<int>"
+    // put into it as it stands would lose "<int>" as an unknown tag, so each
+    // line is escaped. An error never carries markup of its sender; a log
+    // line may.
     for (const QString& piece : pieces)
         html += QStringLiteral("<pre>") + piece.toHtmlEscaped() + QStringLiteral("</pre>");
     html += QStringLiteral("</font>");
@@ -138,6 +138,11 @@ void QAStOutputWidget::textEnter()
     emit consoleTextChanged(this);
 }
 
+void QAStOutputWidget::selectionMade()
+{
+    setReadOnly(!textCursor().hasSelection());
+}
+
 void QAStOutputWidget::keyPressEvent(QKeyEvent* event)
 {
     const bool control = event->modifiers() == Qt::ControlModifier;
@@ -150,6 +155,15 @@ void QAStOutputWidget::inputMethodEvent(QInputMethodEvent* event)
 {
     event->accept();
 }
+
+// The view is writable while text is selected; neither a paste nor a
+// middle-click may put anything into it then.
+bool QAStOutputWidget::canInsertFromMimeData(const QMimeData*) const
+{
+    return false;
+}
+
+void QAStOutputWidget::insertFromMimeData(const QMimeData*) {}
 
 void QAStOutputWidget::dragEnterEvent(QDragEnterEvent* event)
 {
@@ -195,7 +209,7 @@ void QAStOutputWidget::editSelection()
     emit selectedLine(textCursor().selectedText());
 }
 
-void QAStOutputWidget::openSource(const QString& line)
+void QAStOutputWidget::editSource(const QString& line)
 {
     QAStAnalyseMsg message;
     if (message.analyze(line))

@@ -13,10 +13,11 @@ class QMenu;
 /// jump to the source that a line speaks of.
 ///
 /// Every piece of text between line feeds becomes a paragraph of its own, and
-/// blank lines are dropped. A double-click on a line emits selectedLine() and
-/// opens the file and line it names, if it names one, through the host's
-/// editor. A line that a tool begins with "(no action!!)" is left alone by
-/// selectLine(). The view keeps the last 5000 lines.
+/// blank lines are dropped. A double-click on a line selects it and emits
+/// selectedLine(); the console opens nothing itself: its owner connects that
+/// signal, usually to editSource(). A line that a tool begins with
+/// "(no action!!)" is left alone by selectLine(). The view keeps the last
+/// 5000 lines.
 class SDK_EXPORT QAStOutputWidget : public QTextEdit, public QAILogMonitor
 {
     Q_OBJECT
@@ -42,6 +43,11 @@ public:
     virtual QMenu* createPopupMenu(const QPoint& position);
     virtual QMenu* createPopupMenu();
 
+    /// Opens the file and line that \a line of tool output names, if it names
+    /// an existing file, in the host's editor: what an owner connects to
+    /// selectedLine().
+    static void editSource(const QString& line);
+
 signals:
     void consoleTextChanged(QAStOutputWidget* console);
     void selectedLine(const QString& line);
@@ -59,6 +65,9 @@ public slots:
     void find(const QString& text);
     void findDialogSearch(const QString& text, bool caseSensitive, bool wholeWord, bool backward);
 
+    /// Writable while a selection stands, so that the view's own copy
+    /// works on it; read-only otherwise.
+    void selectionMade();
     void selectLine();
     void editSelection();
     /// Selects the whole of \a paragraph and emits selectedLine() with it.
@@ -71,10 +80,11 @@ protected:
     void dropEvent(QDropEvent* event) override;
     void mouseDoubleClickEvent(QMouseEvent* event) override;
     void contextMenuEvent(QContextMenuEvent* event) override;
+    bool canInsertFromMimeData(const QMimeData* source) const override;
+    void insertFromMimeData(const QMimeData* source) override;
 
 private slots:
     void textEnter();
-    void openSource(const QString& line);
 
 private:
     bool selectionInOneParagraph() const;

@@ -3,7 +3,9 @@
 #include "qailogmonitor.h"
 #include "qastconfiguration.h"
 #include "qastdata.h"
+#include "qastfile.h"
 #include "qastnode.h"
+#include "qastproject.h"
 #include "qasttargetpackage.h"
 #include "qasttargetpackagelist.h"
 #include "qatrace.h"
@@ -51,11 +53,20 @@ QString QAStPrjMacroAnalyse::interpretMacro(int& token)
         }
         return items;
     }
+    case NodePathMacro: {
+        // File references and list view result items have a path too, once
+        // the library holds them.
+        const auto* file = qobject_cast<const QAStFile*>(_data.data());
+        return file ? file->absolutePath() : QString();
+    }
     case PrjNameMacro:
-    case PrjDirMacro: {
-        QAStData* project = _data ? _data->project() : nullptr;
+    case PrjDirMacro:
+    case PrjPathMacro: {
+        auto* project = qobject_cast<QAStProject*>(_data ? _data->project() : nullptr);
         if (!project)
             return QString();
+        if (token == PrjPathMacro)
+            return project->path();
         return token == PrjNameMacro ? project->name() : project->directory();
     }
     case BinDirMacro:
@@ -106,11 +117,9 @@ QString QAStPrjMacroAnalyse::interpretMacro(int& token)
     case ReportDirMacro:
         return configurationValue(node, QStringLiteral("outdir")).toString();
     default:
-        // $$NODEPATH, $$PRJPATH and $$TESTER speak of files, file references,
-        // list view result items, the project document's file and test nodes,
-        // none of which the library holds yet: they answer a null string for
-        // now, as $$VCSITEMS of a list view item answers the empty text.
-        // $$VCSDIR has no binding.
+        // $$TESTER speaks of test nodes, which the library does not hold yet:
+        // it answers a null string for now, as $$VCSITEMS of a list view item
+        // answers the empty text. $$VCSDIR has no binding.
         return QString();
     }
 }

@@ -1,5 +1,6 @@
 #include "qalogconsole.h"
 #include "qamessagebox.h"
+#include "qastanalysemsg.h"
 #include "qastdata.h"
 #include "qastoutputwidget.h"
 #include "recordinghost.h"
@@ -18,36 +19,20 @@
 
 namespace {
 
-// Standard error of the process, taken over until take().
-struct CapturedError {
+// What \a write puts on standard error.
+template <typename Write>
+QByteArray standardErrorOf(Write write)
+{
     QTemporaryFile file;
-    int saved = (std::fflush(stderr), dup(STDERR_FILENO));
-    CapturedError() { QVERIFY(file.open() && dup2(file.handle(), STDERR_FILENO) >= 0); }
-    QByteArray take()
-    {
-        std::fflush(stderr);
-        dup2(saved, STDERR_FILENO);
-        close(saved);
-        file.seek(0);
-        return file.readAll();
-    }
-};
-
-QList<QTextBlock> paragraphs(const QTextEdit& view)
-{
-    QList<QTextBlock> blocks;
-    for (QTextBlock block = view.document()->begin(); block.isValid() && !view.document()->isEmpty();
-         block = block.next())
-        blocks << block;
-    return blocks;
-}
-
-QStringList texts(const QTextEdit& view)
-{
-    QStringList lines;
-    for (const QTextBlock& block : paragraphs(view))
-        lines << block.text();
-    return lines;
+    const int saved = (std::fflush(stderr), dup(STDERR_FILENO));
+    if (!file.open() || dup2(file.handle(), STDERR_FILENO) < 0)
+        return "(standard error not taken over)";
+    write();
+    std::fflush(stderr);
+    dup2(saved, STDERR_FILENO);
+    close(saved);
+    file.seek(0);
+    return file.readAll();
 }
 
 } // namespace
@@ -60,116 +45,153 @@ class tst_OutputConsole : public QObject
     QTemporaryDir dir;
 
 private slots:
-    void initTestCase() { QAStData::initialize(&host); }
+    // The parser asks the file system which substring is a file: the cases
+    // run among files of their own, in a directory that is also the current
+    // one, against which relative names in a message are taken.
+    void initTestCase()
+    {
+        QAStData::initialize(&host);
+        QVERIFY(QDir::setCurrent(dir.path()));
+        for (const char* name : {"src dir", "a b", "dir.c"})
+            QVERIFY(QDir().mkpath(QString::fromLatin1(name)));
+        for (const char* name : {"src dir/main file.c", "run.pl", "x.c", "c.c", "x.c.orig", "a b/c.c"})
+            QVERIFY(QFile(QString::fromLatin1(name)).open(QIODevice::WriteOnly));
+    }
     void cleanupTestCase() { QAStData::initialize(nullptr); }
+
+    // "file:line:column#anchor" as found; %1 stands for the directory.
+    void analyze_data()
+    {
+        QTest::addColumn<QString>("message");
+        QTest::addColumn<QString>("found");
+        QTest::newRow("an absolute path with a blank, line and column after at") << "see %1/a b/c.c at 9:3" << "%1/a b/c.c:9:3";
+        QTest::newRow("a two-digit line reads the column one digit too far on") << "c.c at 10:37" << "c.c:10:7";
+        QTest::newRow("two-digit line and column: the column's last digit") << "x.c:12:75" << "x.c:12:5";
+        QTest::newRow("two-digit line, one-digit column: no column") << "x.c:12:7" << "x.c:12:0";
+        QTest::newRow("a blank behind the separator: no column") << "x.c:12: note" << "x.c:12:0";
+        QTest::newRow("comma and line") << "x.c,line 5:7" << "x.c:5:7";
+        QTest::newRow("quoted name, line and a dotted column") << "\"x.c\", line 5.7: oops" << "x.c:5:7";
+        QTest::newRow("comma, line and a colon") << "x.c, line: 12" << "x.c:12:0";
+        QTest::newRow("comma and the number") << "x.c,12" << "x.c:12:0";
+        QTest::newRow("the number in parentheses") << "x.c(12) : error" << "x.c:12:0";
+        QTest::newRow("slash and Line") << "x.c/Line 12" << "x.c:12:0";
+        QTest::newRow("the prefix may stand anywhere behind the name") << "x.c then c.c:4" << "x.c:4:0";
+        QTest::newRow("digits must follow the prefix's first match") << "x.c at end, at 5" << "x.c:0:0";
+        QTest::newRow("the longest name at the leftmost start") << "x.c.orig:3" << "x.c.orig:3:0";
+        QTest::newRow("a line number too large for an int is none") << "x.c:99999999999" << "x.c:0:0";
+        QTest::newRow("an anchor and no line") << "x.c#frag" << "x.c:0:0#frag";
+        QTest::newRow("the anchor is behind the last hash") << "see x.c:3 #a#b" << "x.c:3:0#b";
+        QTest::newRow("a directory is no file") << "dir.c:3:1: error" << ":0:0";
+        QTest::newRow("a word that looks like a path") << "/no/such/file.c:3:1" << ":0:0";
+    }
+
+    void analyze()
+    {
+        QFETCH(QString, message);
+        QFETCH(QString, found);
+        QAStAnalyseMsg analyser;
+        // Nothing of an earlier message may survive the next one.
+        QVERIFY(analyser.analyze(QStringLiteral("x.c:1:2 #old")));
+        QCOMPARE(analyser.analyze(message.replace(QLatin1String("%1"), dir.path())), !found.startsWith(':'));
+        QCOMPARE(analyser.file.isNull(), found.startsWith(':'));
+        const QString result = QStringLiteral("%1:%2:%3").arg(analyser.file).arg(analyser.line).arg(analyser.column);
+        QCOMPARE(analyser.anchor.isEmpty() ? result : result + '#' + analyser.anchor,
+                 found.replace(QLatin1String("%1"), dir.path()));
+    }
 
     void append_data()
     {
         QTest::addColumn<QStringList>("calls");
-        QTest::addColumn<QStringList>("expected");
-        QTest::newRow("two lines with a blank line between") << QStringList{"a\n\nb"} << QStringList{"a", "b"};
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("two lines with a blank line between") << QStringList{"a\n\nb"} << "a\nb";
         QTest::newRow("line feeds at both ends, and nothing but line feeds")
-            << QStringList{"\nfirst\n", "\n\n", "second\n"} << QStringList{"first", "second"};
-        QTest::newRow("a line that opens with a known tag is rich text")
-            << QStringList{"<b>bold</b> text"} << QStringList{"bold text"};
-        QTest::newRow("angle brackets of no tag stay text") << QStringList{"vector<int> v;"}
-                                                            << QStringList{"vector<int> v;"};
+            << QStringList{"\nfirst\n", "\n\n", "second\n"} << "first\nsecond";
+        QTest::newRow("a known tag is rich text, angle brackets of none are not")
+            << QStringList{"<b>bold</b> text", "vector<int> v;"} << "bold text\nvector<int> v;";
     }
 
     void append()
     {
         QFETCH(QStringList, calls);
-        QFETCH(QStringList, expected);
+        QFETCH(QString, expected);
         QAStOutputWidget console;
         for (const QString& text : calls)
             console.log(text);
-        QCOMPARE(texts(console), expected);
-        QCOMPARE(console.errorCount(), 0);
+        QCOMPARE(console.toPlainText(), expected);
     }
 
-    void errorsAreCountedAndMarked_data()
-    {
-        QTest::addColumn<QColor>("colour");
-        QTest::addColumn<bool>("bold");
-        QTest::addColumn<bool>("underline");
-        QTest::addColumn<QString>("shown");
-        QTest::newRow("an invalid colour shows black") << QColor() << false << false << "#000000";
-        QTest::newRow("red, bold and underlined") << QColor(Qt::red) << true << true << "#ff0000";
-    }
-
+    // An error keeps to its own paragraphs, in the error style; one with an
+    // invalid colour shows black. Tool output that looks like markup shows
+    // as it was written.
     void errorsAreCountedAndMarked()
     {
-        QFETCH(QColor, colour);
-        QFETCH(bool, bold);
-        QFETCH(bool, underline);
-        QFETCH(QString, shown);
         QAStOutputWidget console;
-        console.setErrorTextColor(colour);
-        QFont font = console.font();
-        font.setBold(bold);
-        font.setUnderline(underline);
-        console.setErrorFont(font);
-
         console.log(QStringLiteral("before"));
-        console.error(QStringLiteral("main.c:3: error: vector<int> & more\n\nsecond line\n"));
+        console.error(QStringLiteral("main.c:3: error: std::vector<int> & more\n\n"));
+        console.setErrorTextColor(Qt::red);
+        QFont font = console.font();
+        font.setBold(true);
+        font.setUnderline(true);
+        console.setErrorFont(font);
+        console.error(QStringLiteral("\nsecond <b>line</b>\n"));
         console.error(QStringLiteral("\n"));
         console.log(QStringLiteral("after"));
 
-        QCOMPARE(console.errorCount(), 2);
-        QCOMPARE(texts(console), (QStringList{"before", "main.c:3: error: vector<int> & more", "second line", "after"}));
-        const QList<QTextBlock> blocks = paragraphs(console);
-        for (int i = 0; i < blocks.size(); ++i) {
-            const bool isError = i == 1 || i == 2;
-            const QTextCharFormat format = blocks[i].begin().fragment().charFormat();
-            QCOMPARE(format.foreground().style() != Qt::NoBrush, isError);
-            if (isError)
-                QCOMPARE(format.foreground().color().name(), shown);
-            QCOMPARE(format.fontWeight() > QFont::Normal, isError && bold);
-            QCOMPARE(format.fontUnderline(), isError && underline);
+        QCOMPARE(console.errorCount(), 3);
+        QCOMPARE(console.toPlainText(), QStringLiteral("before\nmain.c:3: error: std::vector<int> & more\n"
+                                                       "second <b>line</b>\nafter"));
+        const QStringList colours{"", "#000000", "#ff0000", ""};
+        for (int i = 0; i < colours.size(); ++i) {
+            const QTextCharFormat format = console.document()->findBlockByNumber(i).begin().fragment().charFormat();
+            QCOMPARE(format.foreground().style() == Qt::NoBrush ? QString() : format.foreground().color().name(),
+                     colours[i]);
+            QCOMPARE(format.fontWeight() > QFont::Normal, i == 2);
+            QCOMPARE(format.fontUnderline(), i == 2);
         }
-        console.resetError();
-        QCOMPARE(console.errorCount(), 0);
     }
 
-    void keysOtherThanCopyAreSwallowed()
+    // Writable while a selection stands, so that copying works on it; still
+    // nothing but a copy gets through.
+    void aSelectionAllowsCopyingOnly()
     {
         QAStOutputWidget console;
         console.log(QStringLiteral("alpha"));
+        QVERIFY(console.isReadOnly());
         console.selectAll();
-        QApplication::clipboard()->clear();
+        QVERIFY(!console.isReadOnly());
+        QApplication::clipboard()->setText(QStringLiteral("pasted"));
+        console.paste();
         QTest::keyClick(&console, Qt::Key_X);
         QTest::keyClick(&console, Qt::Key_Delete);
+        QTest::keyClick(&console, Qt::Key_V, Qt::ControlModifier);
         QCOMPARE(console.toPlainText(), QStringLiteral("alpha"));
-        QVERIFY(QApplication::clipboard()->text().isEmpty());
         QTest::keyClick(&console, Qt::Key_C, Qt::ControlModifier);
         QCOMPARE(QApplication::clipboard()->text(), QStringLiteral("alpha"));
+        console.moveCursor(QTextCursor::End);
+        QVERIFY(console.isReadOnly());
     }
 
-    void doubleClickOpensTheSource_data()
+    void doubleClickSelectsTheLineForItsOwner_data()
     {
         QTest::addColumn<QString>("line");
         QTest::addColumn<QStringList>("requests");
-        // %1 is a directory that holds "src dir/main file.c" and "run.pl".
         QTest::newRow("a compiler error names the file, line and column")
-            << "%1/src dir/main file.c:7:3: error: 'x' undeclared" << QStringList{"%1/src dir/main file.c:7"};
+            << "src dir/main file.c:7:3: error: 'x' undeclared" << QStringList{"src dir/main file.c:7"};
         QTest::newRow("a script error names the file and the line")
-            << "syntax error at %1/run.pl line 12, near \"= ;\"" << QStringList{"%1/run.pl:12"};
-        QTest::newRow("a line that names no file") << "gcc: fatal error: no input files" << QStringList{};
+            << "syntax error at run.pl line 12, near \"= ;\"" << QStringList{"run.pl:12"};
         QTest::newRow("a file that is not there") << "/no/such/dir/main.c:3:1: error: x" << QStringList{};
     }
 
-    void doubleClickOpensTheSource()
+    // The owner opens the file; a console that opened it as well would open
+    // it twice.
+    void doubleClickSelectsTheLineForItsOwner()
     {
         QFETCH(QString, line);
         QFETCH(QStringList, requests);
-        QVERIFY(QDir(dir.path()).mkpath(QStringLiteral("src dir")));
-        for (const char* name : {"src dir/main file.c", "run.pl"})
-            QVERIFY(QFile(dir.filePath(QString::fromLatin1(name))).open(QIODevice::WriteOnly));
-        line.replace(QLatin1String("%1"), dir.path());
-        requests.replaceInStrings(QStringLiteral("%1"), dir.path());
         host.editorRequests.clear();
 
         QAStOutputWidget console;
+        connect(&console, &QAStOutputWidget::selectedLine, &QAStOutputWidget::editSource);
         console.resize(700, 300);
         console.log(QStringLiteral("gcc -c main.c\n  compiling"));
         console.error(line);
@@ -178,7 +200,7 @@ private slots:
         QVERIFY(QTest::qWaitForWindowExposed(&console));
         QSignalSpy selected(&console, &QAStOutputWidget::selectedLine);
 
-        QTextCursor onTheLine(paragraphs(console).at(2));
+        QTextCursor onTheLine(console.document()->findBlockByNumber(2));
         onTheLine.movePosition(QTextCursor::Right, QTextCursor::MoveAnchor, 3);
         QTest::mouseDClick(console.viewport(), Qt::LeftButton, {}, console.cursorRect(onTheLine).center());
 
@@ -188,54 +210,29 @@ private slots:
         QCOMPARE(host.editorRequests, requests);
     }
 
-    void screenshotOfMixedOutput()
-    {
-        QAStOutputWidget console;
-        console.resize(640, 200);
-        console.setErrorTextColor(Qt::red);
-        console.log(QStringLiteral("Building node \"unit\" with configuration \"Debug\"\n"
-                                   "gcc -c \"src dir/main file.c\" -o main.o"));
-        console.error(QStringLiteral("src dir/main file.c:4:12: error: 'undeclared' undeclared\n"
-                                     "src dir/main file.c:3:9: warning: unused variable 'unused'"));
-        console.log(QStringLiteral("(no action!!) see the log for details\n\nGroup.pl: 1 error"));
-        console.error(QStringLiteral("Failed"));
-        console.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&console));
-
-        const QString screenshots = QCoreApplication::applicationDirPath() + QStringLiteral("/screenshots");
-        QVERIFY(QDir().mkpath(screenshots));
-        QVERIFY(console.grab().save(screenshots + QStringLiteral("/console.png")));
-    }
-
-    void logConsoleWritesToItsStreams()
+    // Without a user: a stream console writes what it is given, to standard
+    // error when it has no stream, and every box is one line on standard
+    // error and the answer 1, whatever the operation and the buttons.
+    void batchEnds()
     {
         QString logged, errors;
         QTextStream log(&logged), error(&errors);
         QALogConsole console(&log, &error);
         console.log(QStringLiteral("one"));
-        console.error(QStringLiteral("bad"));
-        console.log(QStringLiteral("two\n"));
-        console.error(QStringLiteral("worse\n"));
-        QCOMPARE(logged, QStringLiteral("onetwo\n"));
-        QCOMPARE(errors, QStringLiteral("badworse\n"));
-        QCOMPARE(console.errorCount(), 2);
+        console.error(QStringLiteral("two\n"));
+        QCOMPARE(logged + QLatin1Char('|') + errors, QStringLiteral("one|two\n"));
+        QCOMPARE(console.errorCount(), 1);
+        QCOMPARE(standardErrorOf([] { QALogConsole().error(QStringLiteral("main.c:1: error\n")); }),
+                 QByteArray("main.c:1: error\n"));
 
-        CapturedError standardError;
-        QALogConsole().error(QStringLiteral("main.c:1: error\n"));
-        QCOMPARE(standardError.take(), QByteArray("main.c:1: error\n"));
-    }
-
-    // In batch mode every box is one line on standard error and the answer 1,
-    // whatever the operation and the buttons.
-    void messageBoxInBatchMode()
-    {
         using Box = int (*)(QWidget*, bool, const QString&, const QString&, int, int, int);
         for (Box box : {&QAMessageBox::warning, &QAMessageBox::information, &QAMessageBox::critical,
                         &QAMessageBox::question}) {
-            CapturedError standardError;
-            const int answer = box(nullptr, false, QStringLiteral("Velmont Studio"), QStringLiteral("Overwrite?"),
-                                   QMessageBox::Yes | QMessageBox::Default, QMessageBox::No | QMessageBox::Escape, 0);
-            QCOMPARE(standardError.take(), QByteArray("Warning:Overwrite?\n"));
+            int answer = 0;
+            QCOMPARE(standardErrorOf([&] {
+                answer = box(nullptr, false, QStringLiteral("Velmont Studio"), QStringLiteral("Overwrite?"),
+                             QMessageBox::Yes | QMessageBox::Default, QMessageBox::No | QMessageBox::Escape, 0);
+            }), QByteArray("Warning:Overwrite?\n"));
             QCOMPARE(answer, 1);
         }
     }
