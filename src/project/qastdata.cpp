@@ -778,7 +778,8 @@ bool isUnwritable(const QString& text, qsizetype i)
 }
 
 // A text of blanks alone would vanish in the parser: its first one is
-// escaped. A list or a map is checked as a whole, as the parser sees it.
+// escaped. A list is checked as a whole, as the parser sees it; a map always
+// holds a "=".
 QString keptWhole(QString encoded)
 {
     if (!encoded.isEmpty() && std::all_of(encoded.cbegin(), encoded.cend(), [](QChar c) { return c.isSpace(); }))

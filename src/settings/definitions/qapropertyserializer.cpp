@@ -14,7 +14,6 @@
 #include <QDomElement>
 #include <QTextStream>
 
-
 QString QAPropertySerializer::valueText(int type, const QVariant& value)
 {
     switch (type) {
