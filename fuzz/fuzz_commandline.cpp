@@ -1,6 +1,7 @@
 // Fuzzes the text parsers of the child process runner and the value decoders
 // of the project file: QAProcess::commandLineToArgs, splitWithEscapeSequence
-// and the QAStData::xmlValueTo* family, with round-trip properties.
+// and the QAStData::xmlValueTo* family, with round-trip properties through
+// the XML parser.
 //
 // Input layout: the first byte modulo 4 is the length of the separator, which
 // follows as bytes; the rest is the text (UTF-8). So the seed "1,a\,b" splits
@@ -9,9 +10,11 @@
 #include "qaprocess.h"
 #include "qastdata.h"
 
+#include <QDomDocument>
 #include <QRegExp>
 #include <QString>
 #include <QStringList>
+#include <QTextStream>
 
 #include <algorithm>
 #include <cstdint>
@@ -28,17 +31,19 @@ void check(bool condition, const char* what, const QString& input)
     std::abort();
 }
 
-// What the XML parser does to a text element between stringToXMLValue and
-// xmlValueToString. Only "&amp;" matters: the encoder emits no other entity
-// at the outer level, and without ';' in the original no other one can exist.
-QString xmlUnescape(QString value)
+// What a reader of the project file gets back: the encoded value written as
+// an element, parsed, and the element's text.
+QString throughXml(const QString& encoded, const QString& input)
 {
-    return value.replace(QLatin1String("&amp;"), QLatin1String("&"));
-}
-
-bool hasNoEncodingMarks(const QString& text)
-{
-    return !text.contains(QLatin1Char('#')) && !text.contains(QLatin1Char(';'));
+    QString xml;
+    QTextStream stream(&xml);
+    QAStData::toStream(stream, "v", encoded, 0);
+    stream.flush();
+    QDomDocument document;
+    QString error;
+    if (!document.setContent(xml, &error))
+        check(false, qPrintable(QStringLiteral("an encoded value does not parse: ") + error), input);
+    return document.documentElement().text();
 }
 
 // The plain form of the tokeniser: all four expressions are
@@ -125,23 +130,26 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
               && !QAStData::xmlValueToBool(QAStData::boolToXMLValue(false)),
           "bool round trip", text);
 
-    // Encode, the XML parser's one level, decode: the text comes back when it
-    // holds neither '#' (a literal "#comma#") nor ';' (a literal entity).
-    if (hasNoEncodingMarks(text)) {
-        const QString encoded = QAStData::stringToXMLValue(text);
-        check(!encoded.contains(QLatin1Char(',')) && !encoded.contains(QLatin1Char('<'))
-                  && !encoded.contains(QLatin1Char('>')),
-              "stringToXMLValue left a raw , < or >", text);
-        check(QAStData::xmlValueToString(xmlUnescape(encoded)) == text, "string round trip", text);
-    }
+    // Encode, parse, decode: every text comes back as it was.
+    const QString encoded = QAStData::stringToXMLValue(text);
+    check(!encoded.contains(QLatin1Char(',')) && !encoded.contains(QLatin1Char('<'))
+              && !encoded.contains(QLatin1Char('>')),
+          "stringToXMLValue left a raw , < or >", text);
+    check(QAStData::xmlValueToString(throughXml(encoded, text)) == text, "string round trip", text);
 
     // The same for a list of non-empty members (empty members are dropped by
-    // design): the tokens of the command line.
+    // design), and for a map, both made of the tokens of the command line.
     QStringList members;
-    for (const QString& arg : std::as_const(args))
-        if (!arg.isEmpty() && hasNoEncodingMarks(arg))
-            members << arg;
+    QMap<QString, QString> map;
+    for (qsizetype i = 0; i < args.size(); ++i) {
+        if (!args.at(i).isEmpty())
+            members << args.at(i);
+        if (i % 2)
+            map.insert(args.at(i - 1), args.at(i));
+    }
     const QString list = QAStData::stringListToXMLValue(members);
-    check(QAStData::xmlValueToStringList(xmlUnescape(list)) == members, "string list round trip", text);
+    check(QAStData::xmlValueToStringList(throughXml(list, text)) == members, "string list round trip", text);
+    const QString written = QAStData::stringMapToXMLValue(map);
+    check(QAStData::xmlValueToStringMap(throughXml(written, text)) == map, "string map round trip", text);
     return 0;
 }

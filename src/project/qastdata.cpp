@@ -19,6 +19,7 @@
 #include "qastproject.h"
 #include "qastprojectpref.h"
 #include "qatrace.h"
+#include "qaxml.h"
 #include "studiointerface.h"
 
 #include <QClipboard>
@@ -33,6 +34,7 @@
 #include <QPointer>
 #include <QTextStream>
 
+#include <algorithm>
 #include <deque>
 #include <vector>
 
@@ -223,6 +225,15 @@ bool isStringList(QARes* item)
     return item && item->toResList() && item->toResList()->isListOf(QARes::String);
 }
 
+// A map entry is split at its first "=": a value may hold more of them, as
+// in "-DLEVEL=2". An entry without one is a key with an empty value.
+void insertMapEntry(QMap<QString, QString>& map, const QString& entry, QString (*decode)(const QString&))
+{
+    const qsizetype equal = entry.indexOf(QLatin1Char('='));
+    const QString value = equal < 0 ? QString() : decode(entry.mid(equal + 1));
+    map.insert(decode(entry.left(equal)), value.isNull() ? QString(QLatin1String("")) : value);
+}
+
 } // namespace
 
 void QAStData::readIntVal(QARes* resources, const char* path, QAStAttribute<int>& attribute)
@@ -261,9 +272,8 @@ void QAStData::readStrMapVal(QARes* resources, const char* path,
     // never encoded, so nothing is decoded.
     QMap<QString, QString> map;
     for (const QString& entry : resourceStrings(item)) {
-        const QStringList parts = entry.split(QLatin1Char('='), Qt::SkipEmptyParts);
-        if (!parts.isEmpty())
-            map.insert(parts.at(0), parts.value(1));
+        if (!entry.isEmpty())
+            insertMapEntry(map, entry, [](const QString& text) { return text; });
     }
     attribute = map;
 }
@@ -696,31 +706,152 @@ unsigned int QAStData::xmlValueToUInt(const QString& value)
     return ok ? result : 0;
 }
 
-// The "&" step comes last on purpose: the entities of the two steps before it
-// are escaped once more, because the XML parser undoes one level and _decode
-// the other.
-QString QAStData::_encode(const QString& value)
+// How a text stands in the project file. The XML layer is outermost: every
+// "&" is written "&amp;", and the parser undoes it. What the parser hands back
+// is read by _decode from the left, one token at a time:
+//
+//   "#comma#"       a ","; lists and maps keep the bare "," between members
+//   "&lt;", "&gt;"  a "<" and a ">", so that neither stands bare in the file
+//   "#xHH#"         the UTF-16 unit of upper-case hexadecimal code HH, two
+//                   digits at least, no other leading zero ("#x0D#", "#x3000#")
+//
+// Anything else stands for itself. The writer uses "#xHH#" only where a
+// character would otherwise be lost, so that a file of ordinary values is
+// written as it always was:
+//   - a unit that XML cannot carry: a control character other than tab and
+//     line feed (the parser would also turn a carriage return into a line
+//     feed), U+FFFE, U+FFFF and a lone surrogate;
+//   - a "#" or "&" that would begin one of the tokens above, and a "=" in a
+//     map key, where the first "=" ends the key;
+//   - the first character of a text made of blanks alone, which the parser
+//     drops as if it were indentation.
+// Files written before "#xHH#" existed read as they always did, except that
+// the keys and values of a map are decoded now like any other text, and an
+// entry of a map is split at its first "=" only.
+namespace {
+
+QString escapedUnit(QChar unit)
 {
-    QString result = value;
-    result.replace(QLatin1String(","), QLatin1String("#comma#"));
-    result.replace(QLatin1String("<"), QLatin1String("&lt;"));
-    result.replace(QLatin1String(">"), QLatin1String("&gt;"));
-    result.replace(QLatin1String("&"), QLatin1String("&amp;"));
-    return result;
+    return QStringLiteral("#x%1#").arg(QString::number(unit.unicode(), 16).toUpper().rightJustified(2, u'0'));
+}
+
+// The length of the token at \a at of a parsed text, 0 when none begins
+// there; \a unit gets what it stands for.
+qsizetype tokenAt(QStringView text, qsizetype at, QChar* unit)
+{
+    const QStringView rest = text.mid(at);
+    if (rest.startsWith(u"&lt;") || rest.startsWith(u"&gt;")) {
+        *unit = rest.at(1) == u'l' ? u'<' : u'>';
+        return 4;
+    }
+    if (rest.startsWith(u"#comma#")) {
+        *unit = u',';
+        return 7;
+    }
+    if (!rest.startsWith(u"#x"))
+        return 0;
+    for (qsizetype digits = 2; digits <= 4 && 2 + digits < rest.size(); ++digits) {
+        if (rest.at(2 + digits) != u'#')
+            continue;
+        bool ok = false;
+        const uint code = rest.mid(2, digits).toUInt(&ok, 16);
+        if (!ok || escapedUnit(QChar(char16_t(code))) != rest.left(digits + 3))
+            return 0;
+        *unit = QChar(char16_t(code));
+        return digits + 3;
+    }
+    return 0;
+}
+
+bool isUnwritable(const QString& text, qsizetype i)
+{
+    const QChar unit = text.at(i);
+    if (unit.unicode() < 0x20)
+        return unit != u'\t' && unit != u'\n';
+    if (unit.unicode() >= 0xFFFE)
+        return true;
+    if (unit.isHighSurrogate())
+        return i + 1 == text.size() || !text.at(i + 1).isLowSurrogate();
+    if (unit.isLowSurrogate())
+        return i == 0 || !text.at(i - 1).isHighSurrogate();
+    return false;
+}
+
+// A text of blanks alone would vanish in the parser: its first one is
+// escaped. A list is checked as a whole, as the parser sees it; a map always
+// holds a "=".
+QString keptWhole(QString encoded)
+{
+    if (!encoded.isEmpty() && std::all_of(encoded.cbegin(), encoded.cend(), [](QChar c) { return c.isSpace(); }))
+        encoded.replace(0, 1, escapedUnit(encoded.at(0)));
+    return encoded;
+}
+
+} // namespace
+
+QString QAStData::_encode(const QString& value, bool mapKey)
+{
+    // First the text the parser hands back, with the place of each literal
+    // "#": whether it begins a token is known only once what follows is
+    // written. An escaped "#" begins with "#" as well, so deciding one
+    // never changes the others.
+    QString parsed;
+    parsed.reserve(value.size());
+    QList<qsizetype> hashes;
+    for (qsizetype i = 0; i < value.size(); ++i) {
+        const QChar unit = value.at(i);
+        if (unit == u',')
+            parsed += u"#comma#";
+        else if (unit == u'<')
+            parsed += u"&lt;";
+        else if (unit == u'>')
+            parsed += u"&gt;";
+        else if (isUnwritable(value, i) || (mapKey && unit == u'=')
+                 || (unit == u'&' && (QStringView(value).mid(i + 1).startsWith(u"lt;")
+                                      || QStringView(value).mid(i + 1).startsWith(u"gt;"))))
+            parsed += escapedUnit(unit);
+        else {
+            if (unit == u'#')
+                hashes.append(parsed.size());
+            parsed += unit;
+        }
+    }
+    QString result;
+    result.reserve(parsed.size() + parsed.size() / 8);
+    qsizetype from = 0;
+    for (const qsizetype at : std::as_const(hashes)) {
+        QChar ignored;
+        if (!tokenAt(parsed, at, &ignored))
+            continue;
+        result += QStringView(parsed).mid(from, at - from);
+        result += escapedUnit(u'#');
+        from = at + 1;
+    }
+    result += QStringView(parsed).mid(from);
+    return result.replace(u'&', QLatin1String("&amp;"));
 }
 
 QString QAStData::_decode(const QString& value)
 {
-    QString result = value;
-    result.replace(QLatin1String("#comma#"), QLatin1String(","));
-    result.replace(QLatin1String("&lt;"), QLatin1String("<"));
-    result.replace(QLatin1String("&gt;"), QLatin1String(">"));
+    if (!value.contains(u'#') && !value.contains(u'&'))
+        return value;
+    QString result;
+    result.reserve(value.size());
+    for (qsizetype i = 0; i < value.size();) {
+        QChar unit;
+        if (const qsizetype length = tokenAt(value, i, &unit)) {
+            result += unit;
+            i += length;
+        } else {
+            result += value.at(i++);
+        }
+    }
     return result;
 }
 
 QString QAStData::stringToXMLValue(const QString& value)
 {
-    return _encode(value);
+    return keptWhole(_encode(value));
 }
 
 QString QAStData::xmlValueToString(const QString& value)
@@ -734,7 +865,7 @@ QString QAStData::stringListToXMLValue(const QStringList& list)
     encoded.reserve(list.size());
     for (const QString& member : list)
         encoded.append(_encode(member));
-    return encoded.join(QLatin1Char(','));
+    return keptWhole(encoded.join(QLatin1Char(',')));
 }
 
 QStringList QAStData::xmlValueToStringList(const QString& value)
@@ -749,22 +880,16 @@ QString QAStData::stringMapToXMLValue(const QMap<QString, QString>& map)
 {
     QStringList entries;
     for (auto it = map.constBegin(); it != map.constEnd(); ++it)
-        entries.append(_encode(it.key()) + QLatin1Char('=') + _encode(it.value()));
+        entries.append(_encode(it.key(), true) + QLatin1Char('=') + _encode(it.value()));
     return entries.join(QLatin1Char(','));
 }
 
-// Deliberately without _decode: a key or value keeps the encoded form of its
-// comma and angle brackets, as older project files expect.
 QMap<QString, QString> QAStData::xmlValueToStringMap(const QString& value)
 {
     QMap<QString, QString> result;
     const QStringList entries = value.split(QLatin1Char(','), Qt::SkipEmptyParts);
-    for (const QString& entry : entries) {
-        const QStringList parts = entry.split(QLatin1Char('='), Qt::SkipEmptyParts);
-        if (parts.isEmpty())
-            continue;
-        result.insert(parts.at(0), parts.size() > 1 ? parts.at(1) : QString(QLatin1String("")));
-    }
+    for (const QString& entry : entries)
+        insertMapEntry(result, entry, &QAStData::_decode);
     return result;
 }
 
@@ -935,7 +1060,7 @@ QAStData* QAStData::stringContentToData(const QString& text)
     if (text.isEmpty())
         return nullptr;
     QDomDocument document;
-    if (!document.setContent(text))
+    if (!QAXML::parse(document, text.toUtf8()))
         return nullptr;
     return QAStDataFactory::create(document.documentElement(), 1, nullptr, nullptr);
 }

@@ -276,7 +276,7 @@ private:
     void buildChildren(const QDomElement& holder, int version, const QStringList& classNames);
     QList<QAStData*> runningToStop();
 
-    static QString _encode(const QString& value);
+    static QString _encode(const QString& value, bool mapKey = false);
     static QString _decode(const QString& value);
 
     QAStData* _firstChild = nullptr;

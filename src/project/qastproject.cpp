@@ -11,6 +11,7 @@
 #include "qastrootfolder.h"
 #include "qastsubproject.h"
 #include "qatrace.h"
+#include "qaxml.h"
 #include "studiointerface.h"
 
 #include <QApplication>
@@ -241,7 +242,7 @@ bool QAStProject::loadProjectFile()
     QString message;
     int line = 0;
     int column = 0;
-    const bool parsed = document.setContent(&file, &message, &line, &column);
+    const bool parsed = QAXML::parse(document, file.readAll(), &message, &line, &column);
     warning("Read XML file = %s", qPrintable(path()));
     if (!parsed) {
         box(QMessageBox::Critical, tr("%1\n\nUnable to read the project :%2 at line #%3 column #%4")
@@ -419,9 +420,15 @@ void QAStProject::reportWriteFailure(const QString& path)
 
 // Both files are written beside their targets and take their places only
 // when complete: a full disk or a lost right leaves the former files whole.
+// A directory that takes no new file still lets a writable file be rewritten
+// in place. Once the project file is written the project counts as saved:
+// the objects file can be rebuilt from the tree, and a sub-project keeps its
+// own changes when its file fails. The answer is whether every file was
+// written.
 bool QAStProject::saveProcess()
 {
     QSaveFile file(path());
+    file.setDirectWriteFallback(true);
     bool saved = file.open(QIODevice::WriteOnly);
     if (saved) {
         WaitCursor wait;
@@ -443,8 +450,7 @@ bool QAStProject::saveProcess()
         if (sub->isLoaded())
             saved = sub->saveProcess() && saved;
     }
-    if (saved)
-        clearModifiedFlags();
+    clearModifiedFlags();
     return saved;
 }
 

@@ -141,6 +141,9 @@ void QAStRootFolder::close()
 bool QAStRootFolder::save(const QString& path)
 {
     QSaveFile file(path);
+    // As the project file: rewritten in place where the directory takes no
+    // new file.
+    file.setDirectWriteFallback(true);
     bool saved = file.open(QIODevice::WriteOnly);
     if (saved) {
         QTextStream stream(&file);

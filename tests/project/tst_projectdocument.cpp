@@ -221,7 +221,7 @@ void tst_ProjectDocument::aFailedSaveLeavesTheFormerFile_data()
 {
     QTest::addColumn<bool>("sizeLimit");
     QTest::newRow("a file size limit reached half way") << true;
-    QTest::newRow("a directory without write access") << false;
+    QTest::newRow("a directory and a file without write access") << false;
 }
 
 void tst_ProjectDocument::aFailedSaveLeavesTheFormerFile()
@@ -250,9 +250,12 @@ void tst_ProjectDocument::aFailedSaveLeavesTheFormerFile()
         ::setrlimit(RLIMIT_FSIZE, &former);
         std::signal(SIGXFSZ, previous);
     } else {
+        // A writable file alone would be rewritten in place.
+        QFile::setPermissions(path, QFile::ReadOwner);
         QFile::setPermissions(dir.path(), QFile::ReadOwner | QFile::ExeOwner);
         saved = project.saveProcess();
         QFile::setPermissions(dir.path(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner);
     }
     QVERIFY(!saved);
     QVERIFY(project.isModified());

@@ -7,37 +7,12 @@
 #include "qaresboolean.h"
 #include "qaresgroup.h"
 #include "qaresint.h"
-#include "qareslist.h"
 #include "qaresstring.h"
 #include "qastdata.h"
-#include "qatrace.h"
 #include "qaxml.h"
-
-#include <QRegularExpression>
 
 #include <QDomElement>
 #include <QTextStream>
-
-namespace {
-
-QStringList stringsOf(QARes* res)
-{
-    QStringList strings;
-    QAResList* list = res ? res->toResList() : nullptr;
-    if (!list || !list->isListOf(QARes::String))
-        return strings;
-    for (int i = 0; i < list->count(); ++i)
-        strings << list->at(i)->toResString()->value();
-    return strings;
-}
-
-bool isElementName(const QString& key)
-{
-    static const QRegularExpression name(QStringLiteral("^[A-Za-z_][A-Za-z0-9_.-]*$"));
-    return name.match(key).hasMatch();
-}
-
-} // namespace
 
 QString QAPropertySerializer::valueText(int type, const QVariant& value)
 {
@@ -79,14 +54,9 @@ void QAPropertySerializer::write(QAPropertyStore* store, QAPropertyGroup* group,
         const QString key = child->key();
         if (!store->hasProperty(key))
             continue;
-        // A key that cannot be an element name would make the whole project
-        // file unreadable; the one setting is kept out instead.
-        if (!isElementName(key)) {
-            warning("QAPropertySerializer: key \"%s\" is no element name, not written", qPrintable(key));
-            continue;
-        }
+        const QString element = QAXML::elementName(key);
         QAStData::indentXML(stream, indent);
-        stream << '<' << key << '>' << valueText(child->type(), store->property(key)) << "</" << key
+        stream << '<' << element << '>' << valueText(child->type(), store->property(key)) << "</" << element
                << ">\n";
     }
 }
@@ -110,7 +80,7 @@ void QAPropertySerializer::read(QAPropertyStore* store, QAPropertyGroup* group, 
             read(store, static_cast<QAPropertyGroup*>(child), element);
             continue;
         }
-        const QDomNode node = element.namedItem(child->key());
+        const QDomNode node = element.namedItem(QAXML::elementName(child->key()));
         if (node.isNull() || !node.isElement())
             continue;
         const QString text = node.toElement().text();
@@ -157,22 +127,24 @@ void QAPropertySerializer::read(QAPropertyStore* store, QAPropertyGroup* group, 
         if (!item)
             return;
         switch (child->type()) {
-        case QAProperty::MapType:
-            if (item->toResList() && item->toResList()->isListOf(QARes::String)) {
-                QMap<QString, QString> map;
-                for (const QString& entry : stringsOf(item))
-                    map.insert(entry.section(QLatin1Char('='), 0, 0), entry.section(QLatin1Char('='), 1));
-                store->setProperty(child->key(), map);
-            }
+        case QAProperty::MapType: {
+            QAStAttribute<QMap<QString, QString>> map;
+            QAStData::readStrMapVal(holder, key.constData(), map);
+            if (map.isSet)
+                store->setProperty(child->key(), map.get());
             break;
+        }
         case QAProperty::StringType:
             if (item->toResString())
                 store->setProperty(child->key(), item->toResString()->value());
             break;
-        case QAProperty::StringListType:
-            if (item->toResList() && item->toResList()->isListOf(QARes::String))
-                store->setProperty(child->key(), stringsOf(item));
+        case QAProperty::StringListType: {
+            QAStAttribute<QStringList> list;
+            QAStData::readStrListVal(holder, key.constData(), list);
+            if (list.isSet)
+                store->setProperty(child->key(), list.get());
             break;
+        }
         case QAProperty::IntType:
             if (item->toResInt())
                 store->setProperty(child->key(), item->toResInt()->value());

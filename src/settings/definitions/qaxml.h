@@ -6,6 +6,9 @@
 #include <QString>
 #include <QStringList>
 
+class QByteArray;
+class QDomDocument;
+
 /// Values of settings as the project file holds them: the same encodings as
 /// the tree's own values, with the looser readings that settings need (a
 /// boolean written as "1", an integer written as "true").
@@ -21,4 +24,16 @@ public:
     static int toInt(const QString& text);
     static unsigned int toUInt(const QString& text);
     static bool toBool(const QString& text);
+
+    /// The element that holds the setting \a key: the key itself when it can
+    /// name an element, otherwise each character that cannot stand there
+    /// written as "_xHHHH_" (" st_dtrack" is "_x0020_st_dtrack").
+    static QString elementName(const QString& key);
+
+    /// Parses a project file or a clipboard item into \a document, as
+    /// QDomDocument::setContent does. The tags of older files that wrote a
+    /// key with leading blanks as it is ("< st_dtrack>") are read as the
+    /// elements that elementName() gives.
+    static bool parse(QDomDocument& document, const QByteArray& text, QString* message = nullptr,
+                      int* line = nullptr, int* column = nullptr);
 };
