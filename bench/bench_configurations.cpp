@@ -13,6 +13,7 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QElapsedTimer>
 
 #include <benchmark/benchmark.h>
 
@@ -77,6 +78,8 @@ void BM_ResolveOnLeafTenLevelsDeep(benchmark::State& state)
         benchmark::DoNotOptimize(configuration->property(key));
     const int levels = chainLength(leaf);
     state.counters["stores_walked"] = levels;
+    state.counters["ns_per_lookup"] = benchmark::Counter(double(state.iterations()),
+                                                         benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
     state.counters["ns_per_level"] = benchmark::Counter(double(state.iterations()) * levels,
                                                         benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
 }
@@ -110,13 +113,18 @@ BENCHMARK(BM_ResolveEveryKeyOnEveryNode)->Unit(benchmark::kMillisecond);
 void BM_DuplicateConfigurationOf10000Nodes(benchmark::State& state)
 {
     std::unique_ptr<QAStProject> project(newProject());
-    growTree(project.get(), 10000);
+    const QList<QAStNode*> nodes = growTree(project.get(), 10000);
+    double copyNs = 0;
     for (auto _ : state) {
+        QElapsedTimer timer;
+        timer.start();
         project->dupConfiguration(QStringLiteral("Debug"), QStringLiteral("Copy"));
+        copyNs += double(timer.nsecsElapsed());
         state.PauseTiming();
         project->removeConfiguration(QStringLiteral("Copy"));
         state.ResumeTiming();
     }
+    state.counters["us_per_node"] = copyNs / 1e3 / double(state.iterations()) / double(nodes.size());
 }
 BENCHMARK(BM_DuplicateConfigurationOf10000Nodes)->Unit(benchmark::kMillisecond);
 
