@@ -301,8 +301,9 @@ private slots:
         row("keywords as tags", "rgb { true = false; }");
         row("groups indent by two blanks", "a { b = 1; c { } }", "a = {\n  b = 1;\n  c = {\n  }\n}\n");
         row("lists have no blank before the bracket", "a = (1, (), 'x');", "a = ( 1, ( ), 'x');\n");
-        row("rgb, negative values too, and characters by code", "a = rgb(-5,2,255); b = '&#0A;'; c = '&#0100;';",
-            "a = rgb( -5, 2, 255 );\nb = '&#0A;';\nc = '&#0100;';\n");
+        row("rgb, negative values too, and characters by code of two or four digits",
+            "a = rgb(-5,2,255); b = '&#0A;'; c = '\xe9'; d = '&#0100;';",
+            "a = rgb( -5, 2, 255 );\nb = '&#0A;';\nc = '&#00E9;';\nd = '&#0100;';\n");
         row("a translatable string with a comment", "a = QT_TRANSLATE_NOOP(\"ctx\", \"s\xe9\", \"cmt\");",
             "a = QT_TRANSLATE_NOOP( \"ctx\", \"s\xe9\", \"cmt\" );\n");
         // Two forms that do not come back as they were, kept as they stand.
