@@ -7,14 +7,12 @@
 #include "recordinghost.h"
 #include "settingsfixture.h"
 
-#include <QDesktopServices>
 #include <QListWidget>
 #include <QPushButton>
 #include <QSettings>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTextEdit>
-#include <QUrl>
 
 namespace {
 
@@ -61,9 +59,6 @@ void setPortDirectories(const QStringList& directories)
 class tst_TargetPorts : public QObject
 {
     Q_OBJECT
-
-public slots:
-    void openHelp(const QUrl& url) { helpRequests << url.toString(); }
 
 private slots:
     void initTestCase()
@@ -214,7 +209,6 @@ private slots:
         QSettings().remove(QStringLiteral("/QATDPDialog"));
         QVERIFY(QAStTargetPackageList::initialize(&host)); // no preference: the installation's directory
         QVERIFY(host.messages.isEmpty());
-        QDesktopServices::setUrlHandler(QStringLiteral("help"), this, "openHelp");
         QASTTDPManager manager;
         manager.show();
         QVERIFY(QTest::qWaitForWindowExposed(&manager));
@@ -247,17 +241,10 @@ private slots:
         click("&Reload");
         QCOMPARE(manager.portList()->count(), 3);
         QCOMPARE(manager.portList()->item(2)->text(), QStringLiteral("third"));
-
-        click("&Help");
-        QCOMPARE(helpRequests, QStringList("help://#tdp-dialog"));
-        QDesktopServices::unsetUrlHandler(QStringLiteral("help"));
-        click("&Close");
-        QVERIFY(!manager.isVisible());
     }
 
 private:
     RecordingHost host;
-    QStringList helpRequests;
 };
 
 QTEST_MAIN(tst_TargetPorts)
