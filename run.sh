@@ -3,7 +3,8 @@
 #
 #   ./run.sh example   build the library and run the command-line host on the first example
 #   ./run.sh test      build with AddressSanitizer and UndefinedBehaviorSanitizer, run every test
-#   ./run.sh bench     build the benchmarks in release mode and run them
+#   ./run.sh bench     build the benchmarks in release mode, run them, and keep
+#                      each program's figures in build/bench/results/<program>.json
 #   ./run.sh fuzz [S]  build the fuzz targets with clang and run each for S seconds (default 60)
 #
 # Debian packages that are missing are installed with apt-get; nothing is
@@ -76,9 +77,16 @@ bench)
     install_missing
     mkdir -p build
     configure_build build/bench -DCMAKE_BUILD_TYPE=Release -DSDK_BUILD_TESTS=OFF -DSDK_BUILD_BENCH=ON
+    # Each program runs a few times over, and its figures (counters by name,
+    # every repetition and their mean, median and spread) are kept as JSON in
+    # build/bench/results/<program>.json; the console shows the aggregates.
+    results=build/bench/results
+    mkdir -p "$results"
     for b in build/bench/bench/bench_*; do
         # Skip the build system's own bench_*_autogen directories.
-        if [ -f "$b" ] && [ -x "$b" ]; then "$b"; fi
+        [ -f "$b" ] && [ -x "$b" ] || continue
+        "$b" --benchmark_repetitions="${BENCH_REPETITIONS:-5}" --benchmark_display_aggregates_only=true \
+            --benchmark_out="$results/$(basename "$b").json" --benchmark_out_format=json
     done
     ;;
 fuzz)

@@ -14,6 +14,7 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QTextStream>
 
 #include <benchmark/benchmark.h>
@@ -42,13 +43,18 @@ void generateAt(benchmark::State& state, int depth)
         node = new QAStNodeGroup(QStringLiteral("level%1").arg(level), node);
 
     QString text;
+    double elapsedNs = 0;
     for (auto _ : state) {
+        QElapsedTimer timer;
+        timer.start();
         text.clear();
         QTextStream stream(&text);
         node->generateEnv(stream);
         stream.flush();
         benchmark::DoNotOptimize(text.data());
+        elapsedNs += double(timer.nsecsElapsed());
     }
+    state.counters["us_per_file"] = elapsedNs / 1e3 / double(state.iterations());
     state.counters["lines"] = double(text.count(QLatin1Char('\n')));
     state.counters["bytes"] = double(text.toLocal8Bit().size());
 }

@@ -78,7 +78,7 @@ void BM_BuildOf500ScriptNodes(benchmark::State& state)
     const double runs = double(state.iterations()) * nodes;
     state.counters["library_us_per_node"] = library / runs / 1000.0;
     state.counters["shell_us_per_script"] = shell / runs / 1000.0;
-    state.counters["ratio"] = library / shell;
+    state.counters["library_to_shell_ratio"] = library / shell;
 }
 BENCHMARK(BM_BuildOf500ScriptNodes)->Unit(benchmark::kMillisecond)->Iterations(3);
 
@@ -96,7 +96,7 @@ void BM_UpToDateDecisionOf10000Nodes(benchmark::State& state)
         runToEnd();
         elapsed += double(timer.nsecsElapsed());
     }
-    state.counters["ns_per_node"] = elapsed / double(state.iterations()) / nodes;
+    state.counters["up_to_date_ns_per_node"] = elapsed / double(state.iterations()) / nodes;
 }
 BENCHMARK(BM_UpToDateDecisionOf10000Nodes)->Unit(benchmark::kMicrosecond);
 

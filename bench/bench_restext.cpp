@@ -94,22 +94,33 @@ void BM_ReadResourceText10MB(benchmark::State& state)
     state.counters["file_MB"] = megabytes;
     state.counters["bare_read_MB_per_s"] = megabytes * runs / bareSeconds;
     state.counters["parse_MB_per_s"] = megabytes * runs / parseSeconds;
-    state.counters["parse_over_bare"] = parseSeconds / bareSeconds;
+    state.counters["parse_to_bare_ratio"] = parseSeconds / bareSeconds;
 }
 BENCHMARK(BM_ReadResourceText10MB)->Unit(benchmark::kMillisecond)->Iterations(10);
 
 void BM_ScanShippedPorts(benchmark::State& state)
 {
-    const QStringList directories{QStringLiteral(SDK_SHIPPED_PORTS)};
-    QElapsedTimer first;
-    first.start();
-    QAStTargetPackageList once(directories);
-    state.counters["first_scan_us"] = double(first.nsecsElapsed()) / 1e3;
+    const QStringList directories{QStringLiteral(SDK_SHIPPED_DATA "/targets")};
+    // The library calls this function several times (to choose the number of
+    // iterations, and once per repetition); only its first call meets a
+    // process that has never scanned.
+    static const double firstScanUs = [&] {
+        QElapsedTimer first;
+        first.start();
+        QAStTargetPackageList once(directories);
+        return double(first.nsecsElapsed()) / 1e3;
+    }();
+    double scanUs = 0;
     for (auto _ : state) {
+        QElapsedTimer timer;
+        timer.start();
         QAStTargetPackageList list(directories);
+        scanUs += double(timer.nsecsElapsed()) / 1e3;
         if (list.size() != 2)
             state.SkipWithError("the shipped ports did not load");
     }
+    state.counters["first_scan_us"] = firstScanUs;
+    state.counters["scan_us"] = scanUs / double(state.iterations());
 }
 BENCHMARK(BM_ScanShippedPorts)->Unit(benchmark::kMicrosecond);
 
@@ -125,8 +136,8 @@ void BM_StartUpSettingsAndPorts(benchmark::State& state)
         {"APPLICATION", 0x100000}, {"LIBRARY", 0x200000}, {"JAVA_TESTING", 0x400000},
         {"STUDIO", 0x10000000}, {"ECLIPSE_VTA", 0x20000000}, {"ECLIPSE_TPTP", 0x40000000}};
     const QList<unsigned int> maskGroups {0xF, 0xFFFF00, 0x70000000};
-    const QString definition = QStringLiteral(SDK_SHIPPED_SETTINGS);
-    const QStringList directories {QStringLiteral(SDK_SHIPPED_PORTS)};
+    const QString definition = QStringLiteral(SDK_SHIPPED_DATA "/Common/lib/velmontprojectsettings.properties");
+    const QStringList directories {QStringLiteral(SDK_SHIPPED_DATA "/targets")};
     double loadUs = 0;
     double scanUs = 0;
     for (auto _ : state) {
@@ -143,6 +154,7 @@ void BM_StartUpSettingsAndPorts(benchmark::State& state)
     }
     state.counters["definition_us"] = loadUs / double(state.iterations());
     state.counters["ports_us"] = scanUs / double(state.iterations());
+    state.counters["startup_ms"] = (loadUs + scanUs) / 1e3 / double(state.iterations());
 }
 BENCHMARK(BM_StartUpSettingsAndPorts)->Unit(benchmark::kMillisecond);
 

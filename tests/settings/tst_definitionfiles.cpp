@@ -1,16 +1,18 @@
 #include "qailogmonitor.h"
+#include "qapropertycomboint.h"
+#include "qapropertycombostring.h"
 #include "qapropertyint.h"
 #include "qapropertymapgroup.h"
 #include "qapropertymaploader.h"
+#include "qapropertypathbox.h"
+#include "qapropertypathitem.h"
 #include "qapropertyserializer.h"
 #include "qapropertystore.h"
 #include "qares.h"
-#include "qastsettingsloader.h"
-#include "recordinghost.h"
+#include "settingsfixture.h"
 
 #include <QDomDocument>
 #include <QTemporaryDir>
-#include <QTest>
 
 namespace {
 
@@ -24,9 +26,8 @@ public:
     QStringList lines;
 };
 
-const QMap<QString, int> filters {{"C", 0x1},        {"C++", 0x2},     {"ADA", 0x4},
-                                  {"JAVA", 0x8},     {"GROUP", 0x100}, {"TEST", 0x200},
-                                  {"PROJECT", 0x80000}};
+const QMap<QString, int> filters {{"C", 0x1}, {"C++", 0x2}, {"ADA", 0x4}, {"JAVA", 0x8},
+                                  {"GROUP", 0x100}, {"TEST", 0x200}, {"PROJECT", 0x80000}};
 const QList<unsigned int> maskGroups {0xF, 0xFFFF00, 0x70000000};
 
 QString entry(const QString& path, const QString& type, const QString& more = QString())
@@ -38,10 +39,8 @@ QString entry(const QString& path, const QString& type, const QString& more = QS
 QString definition(const QString& extra = QString())
 {
     return QStringLiteral("properties {\n") + entry("s", "Group") + entry("s/build", "Group")
-           + entry("s/build/flags", "LineEdit", "perlVarName = \"FLAGS\";")
-           + entry("s/count", "Int", "value = 3; min = 1; max = 9; suffix = \" KB\";")
-           + entry("s/dirs", "ListBox") + entry("s/on", "YesNo", "value = true;") + extra
-           + QStringLiteral("}\n");
+           + entry("s/build/flags", "LineEdit") + entry("s/count", "Int", "value = 3;") + entry("s/dirs", "ListBox")
+           + entry("s/on", "YesNo", "value = true;") + extra + QStringLiteral("}\n");
 }
 
 QStringList keys(QAPropertyGroup* group)
@@ -55,13 +54,30 @@ QStringList keys(QAPropertyGroup* group)
     return names;
 }
 
-QString written(QAPropertyStore* store, QAPropertyGroup* group)
+// The fields that a definition gives a leaf beyond the common ones.
+QString kindFields(QAProperty* leaf)
 {
-    QString text;
-    QTextStream stream(&text);
-    QAPropertySerializer::write(store, group, QStringLiteral("configuration"), stream, 0);
-    stream.flush();
-    return text;
+    QStringList parts;
+    for (const QString& common : {leaf->name(), leaf->whatThis(), leaf->perlVarName()})
+        if (!common.isEmpty())
+            parts << common;
+    if (leaf->isReadOnly())
+        parts << QStringLiteral("read-only");
+    if (leaf->initialValue().isValid())
+        parts << "value " + QDebug::toString(leaf->initialValue());
+    if (auto* number = dynamic_cast<QAPropertyInt*>(leaf))
+        parts << QStringLiteral("%1..%2 by %3%4").arg(number->min()).arg(number->max()).arg(number->step()).arg(number->suffix());
+    if (auto* combo = dynamic_cast<QAPropertyComboInt*>(leaf))
+        for (const QString& label : combo->originalList())
+            parts << label + '=' + QString::number(combo->content().value(label));
+    if (auto* combo = dynamic_cast<QAPropertyComboString*>(leaf))
+        for (const QString& label : combo->originalList())
+            parts << label + '=' + (combo->content().value(label).isNull() ? "null" : combo->content().value(label));
+    if (auto* path = dynamic_cast<QAPropertyPathItem*>(leaf))
+        parts << QStringLiteral("mode %1").arg(path->mode()) << path->fileExtensions();
+    if (auto* paths = dynamic_cast<QAPropertyPathBox*>(leaf))
+        parts << QStringLiteral("mode %1 buttons %2").arg(paths->mode()).arg(paths->buttons()) << paths->fileExtensions();
+    return parts.join(QLatin1String("; "));
 }
 
 } // namespace
@@ -70,210 +86,177 @@ class tst_DefinitionFiles : public QObject
 {
     Q_OBJECT
 private slots:
-    void failuresAreOneLine_data();
-    void failuresAreOneLine();
-    void treeFollowsPathsWhateverTheOrder();
-    void filtersNarrowTheMask_data();
-    void filtersNarrowTheMask();
-    void kindFieldsTakeOnlyTheirKind();
-    void onlyOverridesAreWrittenAndReadBack();
-    void olderResourceFormStopsAtAMissingValue();
-    void shippedSettingsLoad();
+    void failuresAreOneLine_data()
+    {
+        QTest::addColumn<QString>("message");
+        const auto row = [](const char* file, const QString& message) { QTest::newRow(file) << message; };
+        row("syntax-error.properties",
+            "syntax-error.properties:1:20:syntax error|1 Error(s) in property file syntax-error.properties");
+        row("not-properties.properties", "not-properties.properties is not property definition file");
+        row("entry-without-path.properties", "Property at line 2: the field path is required in property definition");
+        row("entry-without-type.properties", "Property at line 2: the field type is required in property definition");
+        row("unknown-type.properties", "Property at line 3: the type 'Colour' is not expected");
+        row("no-root-group.properties", "no-root-group.properties: no group defined in the file");
+        row("group-before-its-parent.properties", "group-before-its-parent.properties: unable to find the group 's/a/b'");
+        row("leaf-in-a-missing-group.properties", "leaf-in-a-missing-group.properties: unable to find the path 'a/b/c'");
+        row("leaf-under-another-root.properties", "leaf-under-another-root.properties: unable to find the path 'a/b'");
+        row("no-such-file.properties", "no-such-file.properties: not found");
+    }
+
+    void failuresAreOneLine()
+    {
+        const QString erroneous = QFINDTESTDATA("testdata/erroneous") + QLatin1Char('/');
+        Log log;
+        QVERIFY(!QAPropertyMapLoader().load(erroneous + QTest::currentDataTag(), filters, maskGroups, &log));
+        QTEST(log.lines.join(QLatin1Char('|')).replace(erroneous, QString()), "message");
+    }
+
+    void treeFollowsPathsWhateverTheOrder()
+    {
+        Log log;
+        QScopedPointer<QAPropertyMapGroup> first(load(definition(), log));
+        QVERIFY(first);
+        // The root last, after a first one-piece group that it replaces.
+        const QString rootLast = QStringLiteral("properties {\n") + entry("s/build/flags", "LineEdit")
+                                 + entry("s/build", "Group") + entry("s/count", "Int") + entry("s/dirs", "ListBox")
+                                 + entry("s/on", "YesNo") + entry("old", "Group") + entry("s", "Group") + "}\n";
+        QScopedPointer<QAPropertyMapGroup> second(load(rootLast, log));
+        QVERIFY(second);
+        // Groups go in before leaves; leaves keep their file order.
+        const QStringList expected {"build", "flags", "count", "dirs", "on"};
+        QCOMPARE(keys(first.data()), expected);
+        QCOMPARE(keys(second.data()), expected);
+        QCOMPARE(second->key(), QStringLiteral("s"));
+        QVERIFY(log.lines.isEmpty());
+    }
+
+    void filtersNarrowTheMask_data()
+    {
+        QTest::addColumn<QString>("fields");
+        QTest::addColumn<uint>("mask");
+        QTest::addColumn<int>("reports");
+        QTest::newRow("one language") << "apply = (\"C\");" << ((0xFFFFFFFFu & ~0xFu) | 0x1u) << 0;
+        QTest::newRow("a language and a node kind") << "apply = (\"C\", \"GROUP\");"
+                                                     << ((0xFFFFFFFFu & ~0xFu & ~0xFFFF00u) | 0x101u) << 0;
+        QTest::newRow("unapply toggles one bit") << "unapply = (\"GROUP\");" << (0xFFFFFFFFu & ~0x100u) << 0;
+        QTest::newRow("unknown filter is reported and skipped") << "apply = (\"C\", \"COBOL\");"
+                                                                << ((0xFFFFFFFFu & ~0xFu) | 0x1u) << 1;
+        QTest::newRow("no list leaves the mask") << "apply = \"C\";" << 0xFFFFFFFFu << 0;
+        }
+
+    void filtersNarrowTheMask()
+    {
+        QFETCH(QString, fields);
+        QFETCH(int, reports);
+        Log log;
+        QScopedPointer<QAPropertyMapGroup> root(load(definition(entry("s/x", "Int", fields)), log));
+        QVERIFY(root);
+        QTEST(root->property("x")->mask(), "mask");
+        QCOMPARE(log.lines, reports ? QStringList("The value for filter 'COBOL' does not exist in the loader") : QStringList());
+    }
+
+    void kindFieldsTakeOnlyTheirKind_data()
+    {
+        QTest::addColumn<QString>("type");
+        QTest::addColumn<QString>("fields");
+        QTest::addColumn<QString>("loaded");
+        const auto row = [](const char* tag, const char* type, const char* fields, const char* loaded) {
+            QTest::newRow(tag) << type << fields << loaded;
+        };
+        row("common fields apply to any kind", "LineEdit",
+            "name = QT_TRANSLATE_NOOP(\"S\", \"Title\"); whatThis = \"Help\"; perlVarName = \"FLAGS\"; readonly = true;",
+            "Title; Help; FLAGS; read-only");
+        row("common fields of a wrong kind are left out", "LineEdit", "name = 1; perlVarName = (\"x\"); readonly = \"yes\";",
+            "");
+        row("Int limits, step, suffix and value", "Int", "min = 1; max = 9; step = 2; suffix = \" KB\"; value = 3;",
+            "value QVariant(int, 3); 1..9 by 2 KB");
+        row("an Int limit given as a float keeps its default", "Int", "min = 2.5; max = 4;", "0..4 by 1");
+        row("a float value stays a float", "Int", "value = 2.5;", "value QVariant(double, 2.5); 0..-1 by 1");
+        row("ComboInt pairs in order, a value that is no integer is -1", "ComboInt",
+            "content = (\"Low\", 1, \"High\", \"x\", \"Odd\");", "Low=1; High=-1; Odd=-1");
+        row("ComboString pairs, a value that is no string is null", "ComboString",
+            "content = (\"Debug\", \"-g\", \"Fast\", 3);", "Debug=-g; Fast=null");
+        row("an empty list is an empty string list value", "ListBox", "value = ();", "value QVariant(QStringList, QList())");
+    row("a list of strings is a string list value", "ListBox", "value = (\"a\", \"b\");",
+            "value QVariant(QStringList, QList(\"a\", \"b\"))");
+        row("a PathItem with a mode word and extensions", "PathItem",
+            "mode = \"Directory\"; extension = (\"*.c\", \"*.h\");", "mode 2; *.c; *.h");
+        row("a PathItem without a mode opens existing files", "PathItem", "", "mode 1");
+        row("a PathItem with an unknown mode word", "PathItem", "mode = \"Folder\";", "mode 1");
+        row("a PathBox with its words", "PathBox", "mode = \"DirectoryOnly\"; button = \"MultiWithMoves\";",
+            "mode 4 buttons 7");
+        row("a PathBox without words", "PathBox", "", "mode 1 buttons 6");
+        row("a PathBox with an unknown button word", "PathBox", "mode = \"AnyFile\"; button = \"All\";",
+            "mode 0 buttons 6");
+    }
+
+    void kindFieldsTakeOnlyTheirKind()
+    {
+        QFETCH(QString, type);
+        QFETCH(QString, fields);
+        Log log;
+        QScopedPointer<QAPropertyMapGroup> root(load(definition(entry("s/f", type, fields)), log));
+        QVERIFY(root);
+        QTEST(kindFields(root->property("f")), "loaded");
+        QVERIFY(log.lines.isEmpty());
+    }
+
+    void onlyOverridesAreWrittenAndReadBack()
+    {
+        Log log;
+        QScopedPointer<QAPropertyMapGroup> root(load(definition(), log));
+        QVERIFY(root);
+        QAPropertyStore store;
+        store.setProperty("flags", QStringLiteral("-O2 <x>,y"));
+        store.setProperty("dirs", QStringList{"a,b", "c"});
+        store.setProperty("on", false);
+        store.setProperty("unknown", 1);
+        QString text;
+        QTextStream stream(&text);
+        QAPropertySerializer::write(&store, root.data(), QStringLiteral("configuration"), stream, 0);
+        stream.flush();
+        // The subgroup does not show, and a key the tree does not know stays out.
+        QCOMPARE(text, QStringLiteral("<configuration>\n  <flags>-O2 &amp;lt;x&amp;gt;#comma#y</flags>\n"
+                                      "  <dirs>a#comma#b,c</dirs>\n  <on>false</on>\n</configuration>\n"));
+
+        // Read back by the leaves' kinds. An empty element is a value too, and
+        // counts as an override; a word where a number belongs reads as a boolean.
+        QDomDocument document;
+        QVERIFY(document.setContent(text.replace("-O2 &amp;lt;x&amp;gt;#comma#y", "").replace("<on>", "<count>true</count><on>")));
+        QAPropertyStore reread;
+        QAPropertySerializer::read(&reread, root.data(), document.documentElement());
+        QCOMPARE(reread.propertyNames(), (QStringList{"count", "dirs", "flags", "on"}));
+        QCOMPARE(reread.property("flags"), QVariant(QString()));
+        QCOMPARE(reread.property("dirs"), QVariant(QStringList{"a,b", "c"}));
+        QCOMPARE(reread.property("on"), QVariant(false));
+        QCOMPARE(reread.property("count"), QVariant(1));
+    }
+
+    void olderResourceFormStopsAtAMissingValue()
+    {
+        Log log;
+        QScopedPointer<QAPropertyMapGroup> root(load(definition(), log));
+        QVERIFY(root);
+        const QString path = dir.filePath(QStringLiteral("old.res"));
+        // "flags" sits in the subgroup and reads; "count" is missing, so the
+        // values after it in the same group stay unread.
+        writeFile(path, "config { flags = \"-g\"; dirs = (\"x\"); on = false; }\n");
+        QScopedPointer<QARes> resources(QARes::read(QFile::encodeName(path).constData(), false));
+        QVERIFY(resources);
+        QAPropertyStore store;
+        QAPropertySerializer::read(&store, root.data(), resources.data());
+        QCOMPARE(store.propertyNames(), QStringList{"flags"});
+    }
 
 private:
-    QAPropertyMapGroup* load(const QString& text, Log& log, QAPropertyMapLoader&& loader = QAPropertyMapLoader());
+    QAPropertyMapGroup* load(const QString& text, Log& log)
+    {
+        writeFile(dir.filePath("def.properties"), text.toUtf8());
+        return QAPropertyMapLoader().load(dir.filePath("def.properties"), filters, maskGroups, &log);
+    }
+
     QTemporaryDir dir;
 };
-
-QAPropertyMapGroup* tst_DefinitionFiles::load(const QString& text, Log& log, QAPropertyMapLoader&& loader)
-{
-    const QString path = dir.filePath(QStringLiteral("def.properties"));
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate))
-        return nullptr;
-    file.write(text.toUtf8());
-    file.close();
-    return loader.load(path, filters, maskGroups, &log);
-}
-
-void tst_DefinitionFiles::failuresAreOneLine_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("message");
-    const QString top = QStringLiteral("properties {\n");
-    QTest::newRow("syntax") << "properties { a = 1 }"
-                            << "def.properties:1:20:syntax error|1 Error(s) in property file def.properties";
-    QTest::newRow("not properties") << "settings { }" << "def.properties is not property definition file";
-    QTest::newRow("no path") << top + "property { type = \"Int\"; }\n}"
-                             << "Property at line 2: the field path is required in property definition";
-    QTest::newRow("no type") << top + "property { path = \"s/a\"; }\n}"
-                             << "Property at line 2: the field type is required in property definition";
-    QTest::newRow("unknown type") << top + entry("s", "Group") + entry("s/a", "Colour") + "}"
-                                  << "Property at line 3: the type 'Colour' is not expected";
-    QTest::newRow("no root") << top + entry("s/a", "Int") + "}" << "def.properties: no group defined in the file";
-    QTest::newRow("group before its parent")
-        << top + entry("s", "Group") + entry("s/a/b", "Group") + entry("s/a", "Group") + "}"
-        << "def.properties: unable to find the group 's/a/b'";
-    QTest::newRow("leaf in a missing group") << top + entry("a", "Group") + entry("a/b/c", "Int") + "}"
-                                             << "def.properties: unable to find the path 'a/b/c'";
-    QTest::newRow("leaf under another root") << top + entry("x", "Group") + entry("a/b", "Int") + "}"
-                                             << "def.properties: unable to find the path 'a/b'";
-}
-
-void tst_DefinitionFiles::failuresAreOneLine()
-{
-    QFETCH(QString, text);
-    QFETCH(QString, message);
-    Log log;
-    QAPropertyMapGroup* root = load(text, log);
-    QVERIFY(!root);
-    const QString lines = log.lines.join(QLatin1Char('|')).replace(dir.path() + QLatin1Char('/'), QString());
-    QCOMPARE(lines, message);
-
-    Log missing;
-    QVERIFY(!QAPropertyMapLoader().load(dir.filePath("none"), filters, maskGroups, &missing));
-    QCOMPARE(missing.lines, QStringList{dir.filePath("none") + ": not found"});
-}
-
-void tst_DefinitionFiles::treeFollowsPathsWhateverTheOrder()
-{
-    Log log;
-    QScopedPointer<QAPropertyMapGroup> first(load(definition(), log));
-    QVERIFY(first);
-    const QString rootLast = QStringLiteral("properties {\n") + entry("s/build/flags", "LineEdit")
-                             + entry("s/build", "Group") + entry("s/count", "Int") + entry("s/dirs", "ListBox")
-                             + entry("s/on", "YesNo") + entry("old", "Group") + entry("s", "Group") + "}\n";
-    QScopedPointer<QAPropertyMapGroup> second(load(rootLast, log));
-    QVERIFY(second);
-    // Groups go in before leaves; leaves keep their file order.
-    const QStringList expected {"build", "flags", "count", "dirs", "on"};
-    QCOMPARE(keys(first.data()), expected);
-    QCOMPARE(keys(second.data()), expected);
-    QCOMPARE(second->key(), QStringLiteral("s"));
-    QVERIFY(log.lines.isEmpty());
-}
-
-void tst_DefinitionFiles::filtersNarrowTheMask_data()
-{
-    QTest::addColumn<QString>("fields");
-    QTest::addColumn<uint>("mask");
-    QTest::addColumn<int>("reports");
-    QTest::newRow("one language") << "apply = (\"C\");" << ((0xFFFFFFFFu & ~0xFu) | 0x1u) << 0;
-    QTest::newRow("a language and a node kind") << "apply = (\"C\", \"GROUP\");"
-                                                 << ((0xFFFFFFFFu & ~0xFu & ~0xFFFF00u) | 0x101u) << 0;
-    QTest::newRow("unapply toggles one bit") << "unapply = (\"GROUP\");" << (0xFFFFFFFFu & ~0x100u) << 0;
-    QTest::newRow("unknown filter is reported and skipped") << "apply = (\"C\", \"COBOL\");"
-                                                            << ((0xFFFFFFFFu & ~0xFu) | 0x1u) << 1;
-    QTest::newRow("no list leaves the mask") << "apply = \"C\";" << 0xFFFFFFFFu << 0;
-}
-
-void tst_DefinitionFiles::filtersNarrowTheMask()
-{
-    QFETCH(QString, fields);
-    QFETCH(uint, mask);
-    QFETCH(int, reports);
-    Log log;
-    QScopedPointer<QAPropertyMapGroup> root(load(definition(entry("s/x", "Int", fields)), log));
-    QVERIFY(root);
-    QCOMPARE(root->property("x")->mask(), mask);
-    QCOMPARE(log.lines.size(), reports);
-    if (reports)
-        QCOMPARE(log.lines.first(), QStringLiteral("The value for filter 'COBOL' does not exist in the loader"));
-}
-
-void tst_DefinitionFiles::kindFieldsTakeOnlyTheirKind()
-{
-    Log log;
-    QScopedPointer<QAPropertyMapGroup> root(load(definition(entry("s/f", "Int", "min = 2.5; max = 4;")), log));
-    QVERIFY(root);
-    auto* count = static_cast<QAPropertyInt*>(root->property("count"));
-    QCOMPARE(count->min(), 1);
-    QCOMPARE(count->suffix(), QStringLiteral(" KB"));
-    QCOMPARE(count->initialValue(), QVariant(3));
-    auto* f = static_cast<QAPropertyInt*>(root->property("f"));
-    QCOMPARE(f->min(), 0);
-    QCOMPARE(f->max(), 4);
-    QCOMPARE(f->step(), 1);
-    QCOMPARE(root->property("on")->initialValue(), QVariant(true));
-}
-
-void tst_DefinitionFiles::onlyOverridesAreWrittenAndReadBack()
-{
-    Log log;
-    QScopedPointer<QAPropertyMapGroup> root(load(definition(), log));
-    QVERIFY(root);
-    QAPropertyStore parent;
-    QAPropertyStore store;
-    parent.setProperty("count", 5);
-    store.setProperty("flags", QStringLiteral("-O2 <x>,y"));
-    store.setProperty("dirs", QStringList{"a,b", "c"});
-    store.setProperty("on", false);
-    store.setProperty("unknown", 1);
-    const QString text = written(&store, root.data());
-    QCOMPARE(text, QStringLiteral("<configuration>\n  <flags>-O2 &amp;lt;x&amp;gt;#comma#y</flags>\n"
-                                  "  <dirs>a#comma#b,c</dirs>\n  <on>false</on>\n</configuration>\n"));
-
-    QDomDocument document;
-    QVERIFY(document.setContent(text + QString()));
-    QAPropertyStore reread;
-    QAPropertySerializer::read(&reread, root.data(), document.documentElement());
-    QCOMPARE(reread.propertyNames(), (QStringList{"dirs", "flags", "on"}));
-    QCOMPARE(reread.property("flags"), QVariant(QStringLiteral("-O2 <x>,y")));
-    QCOMPARE(reread.property("dirs"), QVariant(QStringList{"a,b", "c"}));
-    QCOMPARE(reread.property("on"), QVariant(false));
-
-    // An empty element is a value too, and counts as an override.
-    QVERIFY(document.setContent(QStringLiteral("<c><flags></flags><count>true</count></c>")));
-    QAPropertyStore empty;
-    QAPropertySerializer::read(&empty, root.data(), document.documentElement());
-    QCOMPARE(empty.property("flags"), QVariant(QString()));
-    QCOMPARE(empty.property("count"), QVariant(1));
-}
-
-void tst_DefinitionFiles::olderResourceFormStopsAtAMissingValue()
-{
-    Log log;
-    QScopedPointer<QAPropertyMapGroup> root(load(definition(), log));
-    QVERIFY(root);
-    const QString path = dir.filePath(QStringLiteral("old.res"));
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    // "flags" sits in the subgroup and reads; "count" is missing, so the
-    // values after it in the same group stay unread.
-    file.write("config { flags = \"-g\"; dirs = (\"x\"); on = false; }\n");
-    file.close();
-    QScopedPointer<QARes> resources(QARes::read(QFile::encodeName(path).constData(), false));
-    QVERIFY(resources);
-    QAPropertyStore store;
-    QAPropertySerializer::read(&store, root.data(), resources.data());
-    QCOMPARE(store.propertyNames(), QStringList{"flags"});
-}
-
-void tst_DefinitionFiles::shippedSettingsLoad()
-{
-    const QString file = RecordingHost::stageDir() + QStringLiteral("/Common/lib/velmontprojectsettings.properties");
-    const QMap<QString, int> all {{"C", 0x1},         {"C++", 0x2},          {"ADA", 0x4},
-                                  {"JAVA", 0x8},      {"GROUP", 0x100},      {"TEST", 0x200},
-                                  {"UNIT_TESTING", 0x400}, {"OBJECT_TESTING", 0x800},
-                                  {"SYSTEM_TESTING", 0x1000}, {"USER", 0x2000}, {"SOURCE", 0x4000},
-                                  {"TEST_SCRIPT", 0x8000}, {"UNIT_TESTSCRIPT", 0x10000},
-                                  {"SYSTEM_TESTSCRIPT", 0x20000}, {"VIRTUAL_TESTER", 0x40000},
-                                  {"PROJECT", 0x80000}, {"APPLICATION", 0x100000}, {"LIBRARY", 0x200000},
-                                  {"JAVA_TESTING", 0x400000}, {"STUDIO", 0x10000000},
-                                  {"ECLIPSE_VTA", 0x20000000}, {"ECLIPSE_TPTP", 0x40000000}};
-    Log log;
-    QScopedPointer<QAPropertyMapGroup> root(QAStSettingsLoader().load(file, all, maskGroups, &log));
-    QVERIFY2(root, qPrintable(log.lines.join('\n')));
-    QVERIFY2(log.lines.isEmpty(), qPrintable(log.lines.join('\n')));
-    QStringList leaves;
-    for (const QString& key : keys(root.data())) {
-        if (!key.isEmpty())
-            leaves << key;
-    }
-    for (const char* key : {"executionFlag", " st_dtrack", "envVariables", "ztc_instr_blocks", "misraconf"})
-        QVERIFY2(leaves.contains(QString::fromLatin1(key)), key);
-    QCOMPARE(QSet<QString>(leaves.begin(), leaves.end()).size(), leaves.size());
-}
 
 QTEST_MAIN(tst_DefinitionFiles)
 #include "tst_definitionfiles.moc"
