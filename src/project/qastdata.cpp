@@ -412,7 +412,20 @@ QAPropertyGroup* QAStData::propertyGroup()
     name->setName(tr("Name"));
     name->setReadOnly(!renameable);
     group->addChild(name);
+    // The dialog's changes are stored by the properties themselves; this
+    // object still has to learn of them. The group may outlive it.
+    group->setModifiedHandler([owner = QPointer<QAStData>(this)](QAProperty* property) {
+        if (owner)
+            owner->propertyModified(property);
+    });
     return group;
+}
+
+void QAStData::propertyModified(QAProperty* property)
+{
+    modified = true;
+    if (property && property->key() == QLatin1String("name"))
+        emit renamed(property->value().toString());
 }
 
 void QAStData::setAlphabeticallySorted(bool sorted, bool recursive)

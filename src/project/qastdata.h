@@ -12,12 +12,15 @@
 #include <QStringList>
 
 class QAProcess;
+class QAProperty;
 class QAPropertyGroup;
 class QARes;
 class QAStProjectPref;
 class QAStDataUndoActionManager;
+class QDomDocument;
 class QDomElement;
 class QDomNode;
+class QIODevice;
 class QDropEvent;
 class QMenu;
 class QMimeData;
@@ -67,7 +70,8 @@ public:
     virtual QAStData* root();
     virtual QAStData* parent() const;
     /// The settings of this object as the properties dialog shows them; the
-    /// caller owns the group.
+    /// caller owns the group, and a change made through one of its properties
+    /// reaches propertyModified() while this object lives.
     virtual QAPropertyGroup* propertyGroup();
     virtual void setIcon(const QPixmap& icon);
     virtual void setIconByFileName(const QString& fileName);
@@ -241,6 +245,8 @@ public slots:
     virtual void copy();
     virtual void paste();
     virtual void del();
+    /// \a property of propertyGroup() has stored a new value here.
+    virtual void propertyModified(QAProperty* property);
     virtual void stop();
     virtual void processTerminated(bool normalExit, int exitStatus);
 

@@ -169,6 +169,8 @@ public slots:
     virtual void clean();
     virtual void settings();
     virtual void settingsCommited();
+    /// The build state goes through setState(); others as for any object.
+    void propertyModified(QAProperty* property) override;
     virtual void openReportById(int id);
     virtual void openReportById(int id, bool showError);
     virtual void openReportByName(const QString& name);
