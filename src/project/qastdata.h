@@ -278,8 +278,11 @@ protected:
 
 private:
     void privAttach(QAStData* parent, QAStData* after);
-    void detachChildrenInto(QList<QAStData*>& work);
-    void buildChildren(const QDomElement& holder, int version, const QStringList& classNames);
+    void deleteSubtree();
+    /// Builds the child of \a element behind \a after; the child, or null
+    /// when it may not stand here.
+    QAStData* buildChild(const QDomElement& element, int version, const QStringList& classNames,
+                         QAStData* after);
     QList<QAStData*> runningToStop();
 
     static QString _encode(const QString& value);
