@@ -4,11 +4,14 @@
 // stay the same: whatever a file held, what the library writes is stable.
 //
 // The same bytes also go through the clipboard's path, the factory on the
-// document element alone.
+// document element alone; and the library's own parser must take and refuse
+// what the document's parser does, with the same tree.
 
+#include "projectfiles.h"
 #include "qastdata.h"
 #include "qastproject.h"
 
+#include <QBuffer>
 #include <QByteArray>
 #include <QDomDocument>
 #include <QGuiApplication>
@@ -59,8 +62,18 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
     const QByteArray bytes(reinterpret_cast<const char*>(data), static_cast<qsizetype>(size));
     QDomDocument document;
-    if (!document.setContent(bytes))
+    const bool parsed = bool(document.setContent(bytes));
+    QBuffer buffer;
+    buffer.setData(bytes);
+    buffer.open(QIODevice::ReadOnly);
+    QDomDocument own;
+    if (QAStData::parseDocument(&buffer, own) != parsed)
+        fail("the library's parser and the document's disagree on whether the text parses",
+             QString::fromUtf8(bytes));
+    if (!parsed)
         return 0;
+    if (documentBody(own) != documentBody(document))
+        fail("the library's parser builds another tree than the document's", QString::fromUtf8(bytes));
     QAStData::clearLastErrorString();
 
     QAStProject project(QStringLiteral("fuzz"), QPixmap());

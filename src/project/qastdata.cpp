@@ -636,6 +636,84 @@ bool QAStData::CHECK_TAG(const QDomNode& element, const char* tag)
     return true;
 }
 
+namespace {
+
+bool parseXml(QXmlStreamReader& reader, QDomDocument& document, QString* message, int* line, int* column)
+{
+    // The document's own parser puts an element into its parent as soon as
+    // it starts, and each insertion looks for the document through all the
+    // ancestors: a file n elements deep costs n * n. Here an element joins its
+    // parent when it ends, while the parent is not in the document yet, so
+    // that each insertion finds the document at once.
+    document = QDomDocument();
+    std::vector<QDomElement> open;
+    auto append = [&](const QDomNode& node) {
+        if (open.empty())
+            document.appendChild(node);
+        else
+            open.back().appendChild(node);
+    };
+    while (!reader.atEnd()) {
+        switch (reader.readNext()) {
+        case QXmlStreamReader::StartElement: {
+            QDomElement element = document.createElement(reader.qualifiedName().toString());
+            for (const QXmlStreamAttribute& attribute : reader.attributes())
+                element.setAttribute(attribute.qualifiedName().toString(), attribute.value().toString());
+            open.push_back(element);
+            break;
+        }
+        case QXmlStreamReader::EndElement: {
+            const QDomElement element = open.back();
+            open.pop_back();
+            append(element);
+            break;
+        }
+        case QXmlStreamReader::Characters:
+            if (reader.isCDATA())
+                append(document.createCDATASection(reader.text().toString()));
+            else if (!reader.isWhitespace())
+                append(document.createTextNode(reader.text().toString()));
+            break;
+        case QXmlStreamReader::Comment:
+            append(document.createComment(reader.text().toString()));
+            break;
+        case QXmlStreamReader::ProcessingInstruction:
+            append(document.createProcessingInstruction(reader.processingInstructionTarget().toString(),
+                                                        reader.processingInstructionData().toString()));
+            break;
+        case QXmlStreamReader::EntityReference:
+            append(document.createEntityReference(reader.name().toString()));
+            break;
+        default:
+            break;
+        }
+    }
+    if (!reader.hasError())
+        return true;
+    if (message)
+        *message = reader.errorString();
+    if (line)
+        *line = int(reader.lineNumber());
+    if (column)
+        *column = int(reader.columnNumber());
+    document = QDomDocument();
+    return false;
+}
+
+} // namespace
+
+bool QAStData::parseDocument(QIODevice* device, QDomDocument& document, QString* message, int* line,
+                             int* column)
+{
+    QXmlStreamReader reader(device);
+    return parseXml(reader, document, message, line, column);
+}
+
+bool QAStData::parseDocument(const QString& text, QDomDocument& document)
+{
+    QXmlStreamReader reader(text);
+    return parseXml(reader, document, nullptr, nullptr, nullptr);
+}
 
 // ---------------------------------------------------------------------------
 // Paths
@@ -946,7 +1024,7 @@ QAStData* QAStData::stringContentToData(const QString& text)
     if (text.isEmpty())
         return nullptr;
     QDomDocument document;
-    if (!document.setContent(text))
+    if (!parseDocument(text, document))
         return nullptr;
     return QAStDataFactory::create(document.documentElement(), 1, nullptr, nullptr);
 }

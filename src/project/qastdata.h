@@ -143,6 +143,15 @@ public:
     static bool CHECK_TAG(const QDomNode& element, const char* tag);
     static QString lastErrorString() { return _lastErrorString; }
     static void clearLastErrorString() { _lastErrorString.clear(); }
+    /// Parses the XML text of \a device into \a document as
+    /// QDomDocument::setContent() does, white space between elements left
+    /// out, but in time linear in the text however deeply its elements nest.
+    /// The declaration and the DOCTYPE of the prolog are not kept: nothing
+    /// reads them. False on a syntax error, with the parser's message and
+    /// place, and an empty document.
+    static bool parseDocument(QIODevice* device, QDomDocument& document, QString* message = nullptr,
+                              int* line = nullptr, int* column = nullptr);
+    static bool parseDocument(const QString& text, QDomDocument& document);
 
     // Paths.
     QString determineAbsolutePathFile(const QString& path);

@@ -241,7 +241,7 @@ bool QAStProject::loadProjectFile()
     QString message;
     int line = 0;
     int column = 0;
-    const bool parsed = document.setContent(&file, &message, &line, &column);
+    const bool parsed = parseDocument(&file, document, &message, &line, &column);
     warning("Read XML file = %s", qPrintable(path()));
     if (!parsed) {
         box(QMessageBox::Critical, tr("%1\n\nUnable to read the project :%2 at line #%3 column #%4")
@@ -450,9 +450,19 @@ bool QAStProject::saveProcess()
 
 void QAStProject::clearModifiedFlags()
 {
-    for (QAStData* data : childrenOfClass("QAStData", true)) {
-        if (data->project() == this || data->QAStData::parent()->project() == this)
-            data->setModified(false);
+    // This project's own tree, and the node of each sub-project but not the
+    // tree under it: a sub-project's save clears that. One walk, since asking
+    // each object for its project would cost the depth of the tree each time.
+    QAStData* data = firstChild();
+    while (data) {
+        data->setModified(false);
+        if (data->firstChild() && !qobject_cast<QAStProject*>(data)) {
+            data = data->firstChild();
+            continue;
+        }
+        while (data != this && !data->next())
+            data = data->QAStData::parent();
+        data = data == this ? nullptr : data->next();
     }
     if (_rootFolder) {
         _rootFolder->setModified(false);
