@@ -645,8 +645,12 @@ bool parseXml(QXmlStreamReader& reader, QDomDocument& document, QString* message
     // ancestors: a file n elements deep costs n * n. Here an element joins its
     // parent when it ends, while the parent is not in the document yet, so
     // that each insertion finds the document at once.
+    // Element names are taken as they stand, prefixes and all.
+    reader.setNamespaceProcessing(false);
     document = QDomDocument();
     std::vector<QDomElement> open;
+    bool rootStarted = false;
+    bool doctypeSeen = false;
     auto append = [&](const QDomNode& node) {
         if (open.empty())
             document.appendChild(node);
@@ -656,6 +660,7 @@ bool parseXml(QXmlStreamReader& reader, QDomDocument& document, QString* message
     while (!reader.atEnd()) {
         switch (reader.readNext()) {
         case QXmlStreamReader::StartElement: {
+            rootStarted = true;
             QDomElement element = document.createElement(reader.qualifiedName().toString());
             for (const QXmlStreamAttribute& attribute : reader.attributes())
                 element.setAttribute(attribute.qualifiedName().toString(), attribute.value().toString());
@@ -683,6 +688,15 @@ bool parseXml(QXmlStreamReader& reader, QDomDocument& document, QString* message
             break;
         case QXmlStreamReader::EntityReference:
             append(document.createEntityReference(reader.name().toString()));
+            break;
+        case QXmlStreamReader::DTD:
+            // The stream reader lets these pass; the document refuses them,
+            // in its words.
+            if (rootStarted)
+                reader.raiseError(QStringLiteral("Unexpected token"));
+            else if (doctypeSeen)
+                reader.raiseError(QStringLiteral("Multiple DTD sections are not allowed."));
+            doctypeSeen = true;
             break;
         default:
             break;

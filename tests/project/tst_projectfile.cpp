@@ -201,9 +201,12 @@ private slots:
             << "<a>\n <b> </b>\t<c> x </c><d/>\n</a>";
         QTest::newRow("comments, instructions, character data")
             << "<?xml version=\"1.0\"?><!-- before --><a><!--in--><?pi data?><b><![CDATA[ <x>&amp; ]]></b></a>";
+        QTest::newRow("a prefix nobody declared") << "<a><x:b y:c=\"1\"/></a>";
         QTest::newRow("attributes and entities") << "<a x=\"1\" y=\"&amp;&lt;\"><b z='&quot;'>&amp;&#65;</b></a>";
         QTest::newRow("a truncated file") << projectText().left(700);
         QTest::newRow("text after the root") << "<a/>tail";
+        QTest::newRow("a DOCTYPE inside the root") << "<a><!DOCTYPE b></a>";
+        QTest::newRow("a blank CDATA section") << "<a><![CDATA[ ]]></a>";
         QTest::newRow("binary garbage") << QString::fromLatin1("\x01\xff<\x00>&&\x7f", 9);
         QTest::newRow("nothing") << "";
     }
