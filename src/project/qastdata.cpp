@@ -33,9 +33,9 @@
 #include <QGuiApplication>
 #include <QPointer>
 #include <QTextStream>
+#include <QXmlStreamReader>
 
 #include <algorithm>
-#include <deque>
 #include <vector>
 
 StudioInterface* QAStData::_studio = nullptr;
@@ -47,8 +47,6 @@ QAStData* QAStData::_dataRunning = nullptr;
 PDataInterface::~PDataInterface() = default;
 
 namespace {
-
-const int MaxIndent = 64;
 
 bool isRunningStatus(int status)
 {
@@ -88,32 +86,32 @@ QAStData::~QAStData()
     remove();
     // Our own signals stay quiet too: receivers must not see a half-destroyed parent.
     blockSignals(true);
-    // The subtree is taken apart from the top without recursion: every object
-    // hands its children to the work list before it goes, so no destructor
-    // reaches deeper than one level, however deep the tree.
-    QList<QAStData*> work;
-    detachChildrenInto(work);
-    while (!work.isEmpty()) {
-        QAStData* data = work.takeLast();
-        data->detachChildrenInto(work);
-        delete data;
-    }
+    deleteSubtree();
 }
 
-void QAStData::detachChildrenInto(QList<QAStData*>& work)
+// Children go head to tail, each with its whole subtree before the next. The
+// walk deletes the deepest head first and a parent as soon as its last child
+// is gone, so every object dies without children and without a parent: its
+// own destructor has no tree work left, and the stack stays flat however deep
+// the tree. The children leave silently; only the top was removed with events.
+void QAStData::deleteSubtree()
 {
-    QAStData* child = _firstChild;
-    while (child) {
-        QAStData* following = child->_next;
-        child->blockSignals(true);
-        child->QObject::setParent(nullptr);
-        child->_parent = nullptr;
-        child->_previous = nullptr;
-        child->_next = nullptr;
-        work.append(child);
-        child = following;
+    QAStData* current = _firstChild;
+    while (current) {
+        if (current->_firstChild) {
+            current = current->_firstChild;
+            continue;
+        }
+        QAStData* up = current->_parent;
+        up->_firstChild = current->_next;
+        if (current->_next)
+            current->_next->_previous = nullptr;
+        current->_parent = nullptr;
+        current->_next = nullptr;
+        current->blockSignals(true);
+        delete current;
+        current = up == this ? _firstChild : up;
     }
-    _firstChild = nullptr;
 }
 
 void QAStData::privAttach(QAStData* parent, QAStData* after)
@@ -422,7 +420,20 @@ QAPropertyGroup* QAStData::propertyGroup()
     name->setName(tr("Name"));
     name->setReadOnly(!renameable);
     group->addChild(name);
+    // The dialog's changes are stored by the properties themselves; this
+    // object still has to learn of them. The group may outlive it.
+    group->setModifiedHandler([owner = QPointer<QAStData>(this)](QAProperty* property) {
+        if (owner)
+            owner->propertyModified(property);
+    });
     return group;
+}
+
+void QAStData::propertyModified(QAProperty* property)
+{
+    modified = true;
+    if (property && property->key() == QLatin1String("name"))
+        emit renamed(property->value().toString());
 }
 
 void QAStData::setAlphabeticallySorted(bool sorted, bool recursive)
@@ -634,6 +645,98 @@ bool QAStData::CHECK_TAG(const QDomNode& element, const char* tag)
     return true;
 }
 
+namespace {
+
+bool parseXml(QXmlStreamReader& reader, QDomDocument& document, QString* message, int* line, int* column)
+{
+    // The document's own parser puts an element into its parent as soon as
+    // it starts, and each insertion looks for the document through all the
+    // ancestors: a file n elements deep costs n * n. Here an element joins its
+    // parent when it ends, while the parent is not in the document yet, so
+    // that each insertion finds the document at once.
+    // Element names are taken as they stand, prefixes and all.
+    reader.setNamespaceProcessing(false);
+    document = QDomDocument();
+    std::vector<QDomElement> open;
+    bool rootStarted = false;
+    bool doctypeSeen = false;
+    auto append = [&](const QDomNode& node) {
+        if (open.empty())
+            document.appendChild(node);
+        else
+            open.back().appendChild(node);
+    };
+    while (!reader.atEnd()) {
+        switch (reader.readNext()) {
+        case QXmlStreamReader::StartElement: {
+            rootStarted = true;
+            QDomElement element = document.createElement(reader.qualifiedName().toString());
+            for (const QXmlStreamAttribute& attribute : reader.attributes())
+                element.setAttribute(attribute.qualifiedName().toString(), attribute.value().toString());
+            open.push_back(element);
+            break;
+        }
+        case QXmlStreamReader::EndElement: {
+            const QDomElement element = open.back();
+            open.pop_back();
+            append(element);
+            break;
+        }
+        case QXmlStreamReader::Characters:
+            if (reader.isCDATA())
+                append(document.createCDATASection(reader.text().toString()));
+            else if (!reader.isWhitespace())
+                append(document.createTextNode(reader.text().toString()));
+            break;
+        case QXmlStreamReader::Comment:
+            append(document.createComment(reader.text().toString()));
+            break;
+        case QXmlStreamReader::ProcessingInstruction:
+            append(document.createProcessingInstruction(reader.processingInstructionTarget().toString(),
+                                                        reader.processingInstructionData().toString()));
+            break;
+        case QXmlStreamReader::EntityReference:
+            append(document.createEntityReference(reader.name().toString()));
+            break;
+        case QXmlStreamReader::DTD:
+            // The stream reader lets these pass; the document refuses them,
+            // in its words.
+            if (rootStarted)
+                reader.raiseError(QStringLiteral("Unexpected token"));
+            else if (doctypeSeen)
+                reader.raiseError(QStringLiteral("Multiple DTD sections are not allowed."));
+            doctypeSeen = true;
+            break;
+        default:
+            break;
+        }
+    }
+    if (!reader.hasError())
+        return true;
+    if (message)
+        *message = reader.errorString();
+    if (line)
+        *line = int(reader.lineNumber());
+    if (column)
+        *column = int(reader.columnNumber());
+    document = QDomDocument();
+    return false;
+}
+
+} // namespace
+
+bool QAStData::parseDocument(QIODevice* device, QDomDocument& document, QString* message, int* line,
+                             int* column)
+{
+    QXmlStreamReader reader(device);
+    return parseXml(reader, document, message, line, column);
+}
+
+bool QAStData::parseDocument(const QString& text, QDomDocument& document)
+{
+    QXmlStreamReader reader(text);
+    return parseXml(reader, document, nullptr, nullptr, nullptr);
+}
 
 // ---------------------------------------------------------------------------
 // Paths
@@ -895,10 +998,9 @@ QMap<QString, QString> QAStData::xmlValueToStringMap(const QString& value)
 
 void QAStData::indentXML(QTextStream& stream, int indent)
 {
-    // Indentation carries no meaning. Past a depth no real project reaches it
-    // stops growing, so that a file stays linear in the size of its tree.
-    static const QString blanks(2 * MaxIndent, QLatin1Char(' '));
-    stream << QStringView(blanks).left(2 * qBound(0, indent, MaxIndent));
+    static const QString blanks(128, QLatin1Char(' '));
+    for (qsizetype left = 2 * qsizetype(qMax(indent, 0)); left > 0; left -= blanks.size())
+        stream << QStringView(blanks).left(qMin(left, blanks.size()));
 }
 
 void QAStData::toStream(QTextStream& stream, const char* tag, const QString& value, int indent)
@@ -1123,16 +1225,18 @@ void QAStData::dropData(QAStData* data, QDropEvent* event)
 
 namespace {
 
-// Children whose building waits for the object that is being built now.
-struct PendingChildren {
+// A holder whose children are being built: the next element to read, and the
+// child built before it.
+struct ChildrenFrame {
     QPointer<QAStData> owner;
-    QDomElement holder;
+    QDomElement next;
+    QPointer<QAStData> last;
     int version;
     QStringList classNames;
 };
 
-std::deque<PendingChildren> pendingChildren;
-bool buildingChildren = false;
+// The holders of the build under way, innermost last; null when none runs.
+std::vector<ChildrenFrame>* childrenFrames = nullptr;
 
 } // namespace
 
@@ -1140,52 +1244,62 @@ void QAStData::initChildren(const QDomElement& holder, int version, const QStrin
 {
     if (holder.isNull())
         return;
+    ChildrenFrame frame {this, holder.firstChildElement(), nullptr, version, classNames};
     // A child's constructor builds its own children through here. Were that
-    // done at once, the stack would grow with the depth of the file; so the
-    // outermost call builds level after level from a queue instead. Every
-    // holder still gets its children in file order, and all is done before
-    // the first object's constructor returns.
-    if (buildingChildren) {
-        pendingChildren.push_back({this, holder, version, classNames});
+    // done at once, the stack would grow with the depth of the file; so a
+    // nested call only leaves its holder on the outermost call's stack, which
+    // builds it as soon as the constructor returns. Each child is thus built
+    // whole, subtree and all, before its next sibling, in file order, and all
+    // is done before the first object's constructor returns.
+    if (childrenFrames) {
+        childrenFrames->push_back(frame);
         return;
     }
-    buildingChildren = true;
-    buildChildren(holder, version, classNames);
-    while (!pendingChildren.empty()) {
-        const PendingChildren next = pendingChildren.front();
-        pendingChildren.pop_front();
+    std::vector<ChildrenFrame> frames {frame};
+    childrenFrames = &frames;
+    while (!frames.empty()) {
+        ChildrenFrame& top = frames.back();
         // An owner refused by its own holder is gone, and its children with it.
-        if (next.owner)
-            next.owner->buildChildren(next.holder, next.version, next.classNames);
+        if (!top.owner || top.next.isNull()) {
+            frames.pop_back();
+            continue;
+        }
+        const QDomElement element = top.next;
+        top.next = element.nextSiblingElement();
+        // The child's constructor may grow the stack: nothing of the frame
+        // is read through the reference once it runs.
+        const ChildrenFrame current = top;
+        const std::size_t opened = frames.size();
+        QAStData* built = current.owner->buildChild(element, current.version, current.classNames, current.last);
+        if (built)
+            frames[opened - 1].last = built;
+        // The holders of the new child came in the order of its constructor;
+        // the first of them is built first.
+        std::reverse(frames.begin() + qsizetype(opened), frames.end());
     }
-    buildingChildren = false;
+    childrenFrames = nullptr;
 }
 
-void QAStData::buildChildren(const QDomElement& holder, int version, const QStringList& classNames)
+QAStData* QAStData::buildChild(const QDomElement& element, int version, const QStringList& classNames,
+                               QAStData* after)
 {
-    QAStData* last = nullptr;
-    for (QDomElement child = holder.firstChildElement(); !child.isNull();
-         child = child.nextSiblingElement()) {
-        const QString tag = child.tagName();
-        QAStData* built = QAStDataFactory::create(child, version, this, last);
-        if (!built) {
-            valid = false;
-            _lastErrorString += tr("No plugin found for feature \"%1\"\n").arg(tag);
-            displayMessage(MessageConsole, tr("Tag ignored in the group: %1").arg(tag));
-            continue;
-        }
-        bool allowed = false;
-        for (const QString& className : classNames)
-            allowed = allowed || built->inherits(className.toLatin1().constData());
-        if (allowed) {
-            last = built;
-            continue;
-        }
-        delete built;
+    const QString tag = element.tagName();
+    QAStData* built = QAStDataFactory::create(element, version, this, after);
+    if (!built) {
         valid = false;
-        _lastErrorString += tr("%1 bad place\n").arg(tag);
+        _lastErrorString += tr("No plugin found for feature \"%1\"\n").arg(tag);
         displayMessage(MessageConsole, tr("Tag ignored in the group: %1").arg(tag));
+        return nullptr;
     }
+    for (const QString& className : classNames) {
+        if (built->inherits(className.toLatin1().constData()))
+            return built;
+    }
+    delete built;
+    valid = false;
+    _lastErrorString += tr("%1 bad place\n").arg(tag);
+    displayMessage(MessageConsole, tr("Tag ignored in the group: %1").arg(tag));
+    return nullptr;
 }
 
 // ---------------------------------------------------------------------------

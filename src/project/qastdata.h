@@ -12,12 +12,15 @@
 #include <QStringList>
 
 class QAProcess;
+class QAProperty;
 class QAPropertyGroup;
 class QARes;
 class QAStProjectPref;
 class QAStDataUndoActionManager;
+class QDomDocument;
 class QDomElement;
 class QDomNode;
+class QIODevice;
 class QDropEvent;
 class QMenu;
 class QMimeData;
@@ -67,7 +70,8 @@ public:
     virtual QAStData* root();
     virtual QAStData* parent() const;
     /// The settings of this object as the properties dialog shows them; the
-    /// caller owns the group.
+    /// caller owns the group, and a change made through one of its properties
+    /// reaches propertyModified() while this object lives.
     virtual QAPropertyGroup* propertyGroup();
     virtual void setIcon(const QPixmap& icon);
     virtual void setIconByFileName(const QString& fileName);
@@ -139,6 +143,15 @@ public:
     static bool CHECK_TAG(const QDomNode& element, const char* tag);
     static QString lastErrorString() { return _lastErrorString; }
     static void clearLastErrorString() { _lastErrorString.clear(); }
+    /// Parses the XML text of \a device into \a document as
+    /// QDomDocument::setContent() does, white space between elements left
+    /// out, but in time linear in the text however deeply its elements nest.
+    /// The declaration and the DOCTYPE of the prolog are not kept: nothing
+    /// reads them. False on a syntax error, with the parser's message and
+    /// place, and an empty document.
+    static bool parseDocument(QIODevice* device, QDomDocument& document, QString* message = nullptr,
+                              int* line = nullptr, int* column = nullptr);
+    static bool parseDocument(const QString& text, QDomDocument& document);
 
     // Paths.
     QString determineAbsolutePathFile(const QString& path);
@@ -241,6 +254,8 @@ public slots:
     virtual void copy();
     virtual void paste();
     virtual void del();
+    /// \a property of propertyGroup() has stored a new value here.
+    virtual void propertyModified(QAProperty* property);
     virtual void stop();
     virtual void processTerminated(bool normalExit, int exitStatus);
 
@@ -272,8 +287,11 @@ protected:
 
 private:
     void privAttach(QAStData* parent, QAStData* after);
-    void detachChildrenInto(QList<QAStData*>& work);
-    void buildChildren(const QDomElement& holder, int version, const QStringList& classNames);
+    void deleteSubtree();
+    /// Builds the child of \a element behind \a after; the child, or null
+    /// when it may not stand here.
+    QAStData* buildChild(const QDomElement& element, int version, const QStringList& classNames,
+                         QAStData* after);
     QList<QAStData*> runningToStop();
 
     static QString _encode(const QString& value, bool mapKey = false);

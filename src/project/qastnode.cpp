@@ -4,6 +4,7 @@
 #include "qapropertyattrcomboint.h"
 #include "qapropertyattryesno.h"
 #include "qapropertygroup.h"
+#include "qapropertylineedit.h"
 #include "qaresgroup.h"
 #include "qastconfiguration.h"
 #include "qastproject.h"
@@ -16,6 +17,7 @@
 
 #include <QGuiApplication>
 #include <QRegExp>
+#include <QRegularExpressionValidator>
 #include <QWidget>
 #include <QDir>
 #include <QDomElement>
@@ -125,6 +127,10 @@ void QAStNode::init(const QDomElement& element, int version)
 QAPropertyGroup* QAStNode::propertyGroup()
 {
     QAPropertyGroup* group = QAStData::propertyGroup();
+    // A dot or a comma in a name would split the dotted path of a node and
+    // the lists of the project file.
+    if (auto* name = dynamic_cast<QAPropertyLineEdit*>(group->property(QStringLiteral("name"))))
+        name->setValidator(new QRegularExpressionValidator(QRegularExpression(QStringLiteral("[^.,]+$"))));
     auto* buildState = new QAPropertyAttrComboInt(QStringLiteral("state"), &state);
     buildState->setName(tr("Build State"));
     buildState->insertItem(tr("Include for build"), Included);
@@ -135,6 +141,17 @@ QAPropertyGroup* QAStNode::propertyGroup()
     backMode->setName(tr("Execute in background"));
     group->addChild(backMode);
     return group;
+}
+
+void QAStNode::propertyModified(QAProperty* property)
+{
+    if (!property || property->key() != QLatin1String("state")) {
+        QAStData::propertyModified(property);
+        return;
+    }
+    // The combo has stored the value already; setState tells the views.
+    setState(static_cast<State>(property->value().toInt()));
+    modified = true;
 }
 
 void QAStNode::init(QARes* resources)

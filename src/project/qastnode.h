@@ -174,6 +174,8 @@ public slots:
     /// node below through its own settingsCommited(); an external command
     /// is passed by, the nodes below it are not.
     virtual void settingsCommited();
+    /// The build state goes through setState(); others as for any object.
+    void propertyModified(QAProperty* property) override;
     virtual void openReportById(int id);
     virtual void openReportById(int id, bool showError);
     virtual void openReportByName(const QString& name);

@@ -456,9 +456,19 @@ bool QAStProject::saveProcess()
 
 void QAStProject::clearModifiedFlags()
 {
-    for (QAStData* data : childrenOfClass("QAStData", true)) {
-        if (data->project() == this || data->QAStData::parent()->project() == this)
-            data->setModified(false);
+    // This project's own tree, and the node of each sub-project but not the
+    // tree under it: a sub-project's save clears that. One walk, since asking
+    // each object for its project would cost the depth of the tree each time.
+    QAStData* data = firstChild();
+    while (data) {
+        data->setModified(false);
+        if (data->firstChild() && !qobject_cast<QAStProject*>(data)) {
+            data = data->firstChild();
+            continue;
+        }
+        while (data != this && !data->next())
+            data = data->QAStData::parent();
+        data = data == this ? nullptr : data->next();
     }
     if (_rootFolder) {
         _rootFolder->setModified(false);

@@ -80,11 +80,49 @@ QAStConfiguration* QAStSubProject::inheritConfiguration(const QAStConfiguration*
     return QAStNode::inheritConfiguration(config);
 }
 
+namespace {
+
+// Two spellings of one file give one key, also through links.
+QString fileKey(const QString& path)
+{
+    const QFileInfo info(path);
+    const QString canonical = info.canonicalFilePath();
+    return canonical.isEmpty() ? QDir::cleanPath(info.absoluteFilePath()) : canonical;
+}
+
+} // namespace
+
+bool QAStSubProject::refusedAsCycle()
+{
+    const QString key = fileKey(path());
+    for (QAStData* up = QAStData::parent(); up; up = up->QAStData::parent()) {
+        auto* holder = qobject_cast<QAStProject*>(up);
+        if (!holder || fileKey(holder->path()) != key)
+            continue;
+        const QString text = tr("%1\nA project cannot contain itself: this sub-project is not loaded.\n").arg(path());
+        _lastErrorString += text;
+        displayMessage(MessageConsole, text, ErrorStream);
+        return true;
+    }
+    return false;
+}
+
+bool QAStSubProject::loadProjectFile()
+{
+    if (!_loaded && refusedAsCycle())
+        return false;
+    return QAStProject::loadProjectFile();
+}
+
 void QAStSubProject::load()
 {
     if (_loaded)
         return;
-    loadProjectFile();
+    // A refused sub-project keeps the unload flag its holder's file gave it,
+    // so that a save writes its element back unchanged.
+    if (refusedAsCycle())
+        return;
+    QAStProject::loadProjectFile();
     _unload = !_loaded;
 }
 

@@ -23,6 +23,8 @@ public:
     bool acceptDrop(QAStData* data) const override;
     QMenu* addChildPopupMenu(QWidget* parent) override;
     void localActionMenuItems(QMenu* menu) override;
+    /// Refuses, with a message, a file that a project above already has.
+    bool loadProjectFile() override;
 
     /// The document is to stay closed when its holder opens.
     bool isUnloaded() const { return _unload; }
@@ -40,6 +42,9 @@ protected:
 private:
     void init(const QDomElement& element, int version);
     QString holderDirectory() const;
+    /// True, with the message, when a project above has this file: loading
+    /// it here would load the same projects again without end.
+    bool refusedAsCycle();
 
     bool _unload = true;
 };

@@ -20,7 +20,8 @@ public:
         : WithoutMenus(element, version, parent, after)
     {
     }
-
+    /// Quiet when its signals were blocked for it, as a parent does for its children.
+    ~TestData() override { events << (signalsBlocked() ? QStringLiteral("delete quietly:") : QStringLiteral("delete:")) + name(); }
 
     void addEvent() override { events << QStringLiteral("add:") + name(); }
     void removeEvent() override { events << QStringLiteral("remove:") + name(); }

@@ -1,15 +1,18 @@
 #include "qafileutil.h"
+#include "qapropertygroup.h"
+#include "qapropertywidget.h"
 #include "qastattribute.h"
+#include "qastnodegroup.h"
 #include "qastprojectpref.h"
 #include "recordinghost.h"
 #include "testdata.h"
 
-#include <QDateTime>
 #include <QDir>
 #include <QDomDocument>
 #include <QFile>
 #include <QPointer>
 #include <QSignalSpy>
+#include <QLineEdit>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -169,50 +172,26 @@ private slots:
         QVERIFY(!r.parent() && chainIsSound(&r) && chainIsSound(a1));
     }
 
-    void removeUnlinks_data()
-    {
-        QTest::addColumn<QString>("victim");
-        QTest::addColumn<SL>("expected");
-        QTest::newRow("head") << "a" << SL{"b", "c"};
-        QTest::newRow("middle") << "b" << SL{"a", "c"};
-        QTest::newRow("tail") << "c" << SL{"a", "b"};
-    }
-    void removeUnlinks()
-    {
-        QFETCH(QString, victim);
-        TestData p("p");
-        for (const char* n : {"a", "b", "c"})
-            add(n, &p);
-        std::unique_ptr<QAStData> v(p.findNode(victim));
-        v->remove();
-        v->remove(); // a root has nothing to leave
-        QTEST(childNames(&p), "expected");
-        QVERIFY(chainIsSound(&p));
-        QVERIFY(!v->parent() && !v->previous() && !v->next() && !static_cast<QObject*>(v.get())->parent());
-        QCOMPARE(TestData::events, SL({"remove:" + victim, "childRemove:p>" + victim}));
-    }
-
-    void destructionLeavesNoDanglingLink()
+    void destructionGoesHeadToTailEachChildWhole()
     {
         TestData r("r");
         buildTree(r);
         QAStData* s = r.findNode("s");
-        QPointer<QAStData> s1 = s->firstChild();
         int childSignals = 0;
-        connect(s1.data(), &QAStData::removed, this, [&] { ++childSignals; });
+        connect(s->firstChild(), &QAStData::removed, this, [&] { ++childSignals; });
         QSignalSpy removedFromRoot(&r, &QAStData::childRemoved);
         delete s; // a middle child with a child of its own
-        QVERIFY(s1.isNull());
-        QCOMPARE(childSignals, 0); // children die with signals blocked
+        QCOMPARE(childSignals, 0);
         QCOMPARE(removedFromRoot.size(), 1);
-        QCOMPARE(TestData::events, SL({"parentRemove:s1<s", "childRemove:r>s"}));
+        QCOMPARE(TestData::events, SL({"delete:s", "parentRemove:s1<s", "childRemove:r>s", "delete quietly:s1"}));
         QCOMPARE(childNames(&r), SL({"a", "b"}));
         QVERIFY(chainIsSound(&r));
-        delete r.findNode("a.a1"); // head of its chain
-        QCOMPARE(childNames(r.findNode("a")), SL{"a2"});
-        QVERIFY(chainIsSound(r.findNode("a")));
+
+        TestData::events.clear();
         r.deleteChildren();
         QVERIFY(!r.firstChild() && r.children().isEmpty());
+        QCOMPARE(TestData::events.filter("delete"), SL({"delete:a", "delete quietly:a11", "delete quietly:a1",
+                                                       "delete quietly:a2", "delete:b", "delete quietly:b1"}));
     }
 
     void treeQueries()
@@ -286,19 +265,6 @@ private slots:
         QVERIFY(r.isRunning() && r.findNode("b")->isRunning() && !r.findNode("a")->isRunning());
     }
 
-    void setNameHonoursRenameable()
-    {
-        TestData d("old");
-        d.setModified(false);
-        d.setRenameable(false);
-        QSignalSpy renamed(&d, &QAStData::renamed);
-        d.setName("new");
-        QVERIFY(d.name() == "old" && !d.isModified() && renamed.isEmpty());
-        d.setRenameable(true);
-        d.setName("new");
-        QVERIFY(d.name() == "new" && d.isModified() && renamed.value(0).value(0) == "new");
-    }
-
     void attributeInheritance_data()
     {
         QTest::addColumn<QString>("setOnes"); // of the chain c -> b -> a
@@ -318,22 +284,6 @@ private slots:
         QTEST(int(c), "expected");
         c = 9;
         QVERIFY(c.isSet && c.get() == 9);
-    }
-
-    void computeIDAscends()
-    {
-        const QDateTime epoch(QDate(2000, 1, 1), QTime(0, 0));
-        for (int attempt = 0; attempt < 3; ++attempt) {
-            const qint64 before = epoch.secsTo(QDateTime::currentDateTime());
-            const unsigned first = QAStData::_computeID();
-            const unsigned second = QAStData::_computeID();
-            if (epoch.secsTo(QDateTime::currentDateTime()) != before)
-                continue; // a second boundary passed between the calls
-            QCOMPARE(second, first + 1);
-            QVERIFY(qint64(first) > before && qint64(first) < before + 100000);
-            return;
-        }
-        QFAIL("the clock kept crossing second boundaries");
     }
 
     void pathsWithoutProject()
@@ -366,25 +316,6 @@ private slots:
         QTEST(QAFileUtil::absPathToRelative(base, path), "expected");
     }
 
-    void writeReadRoundTrip()
-    {
-        const QString name = "a,b<c>&d \"e\" é中";
-        TestData original(name);
-        original.setQuid(4000000001u);
-        original.setRenameable(false);
-        original.setDuplicable(false); // never stored
-        original.setOpen(false);
-        original.setAlphabeticallySorted(true, false);
-        QDomDocument doc;
-        QVERIFY(doc.setContent(original.toString()));
-        TestData copy(doc.documentElement(), 1);
-        QCOMPARE(QAStData::lastErrorString(), QString());
-        QCOMPARE(copy.name(), name);
-        QCOMPARE(copy.getQuid(), 4000000001u);
-        QVERIFY(!copy.isRenameable() && copy.isDeletable() && !copy.isOpen() && copy.isAlphabeticallySorted());
-        QVERIFY(copy.isDuplicable() && !original.toString().contains("icon"));
-    }
-
     void writtenExecutionResult_data()
     {
         QTest::addColumn<bool>("keep");
@@ -408,6 +339,67 @@ private slots:
         QDomDocument doc;
         QVERIFY(doc.setContent(text));
         QTEST(doc.documentElement().firstChildElement("executionResult").text().toInt(), "written");
+    }
+
+    void indentationIsTwoBlanksALevel_data()
+    {
+        QTest::addColumn<int>("level");
+        QTest::addColumn<int>("blanks");
+        QTest::newRow("below zero: none") << -3 << 0;
+        QTest::newRow("zero: none") << 0 << 0;
+        QTest::newRow("one level") << 1 << 2;
+        QTest::newRow("one past 64 levels") << 65 << 130;
+        QTest::newRow("a thousand levels") << 1000 << 2000;
+    }
+    void indentationIsTwoBlanksALevel()
+    {
+        QFETCH(int, level);
+        QString text;
+        QTextStream stream(&text);
+        QAStData::toStream(stream, "v", "x", level);
+        stream.flush();
+        QTEST(int(text.size() - text.trimmed().size()) - 1, "blanks");
+        QCOMPARE(text.trimmed(), QString("<v>x</v>"));
+    }
+
+    // What the properties dialog changes reaches the object: typed into a
+    // name, picked in a combo, ticked in a box.
+    void propertiesTellTheirObject_data()
+    {
+        QTest::addColumn<QString>("key");
+        QTest::addColumn<QString>("typed"); // into a line edit; else one key press
+        QTest::addColumn<int>("pressed");
+        QTest::addColumn<QString>("node"); // name, state, background
+        QTest::newRow("a new name") << "name" << "new name" << 0 << "new name 0 0";
+        QTest::newRow("dots and commas refused in a name") << "name" << "a.b,c" << 0 << "abc 0 0";
+        QTest::newRow("the build state") << "state" << "" << int(Qt::Key_Down) << "g 1 0";
+        QTest::newRow("execute in background") << "backMode" << "" << int(Qt::Key_Space) << "g 0 1";
+    }
+    void propertiesTellTheirObject()
+    {
+        QFETCH(QString, key);
+        QFETCH(QString, typed);
+        QFETCH(int, pressed);
+        QAStNodeGroup node("g");
+        node.setModified(false);
+        QSignalSpy renamed(&node, &QAStData::renamed);
+        QSignalSpy stateChanged(&node, &QAStNode::stateChanged);
+        std::unique_ptr<QAPropertyGroup> group(node.propertyGroup());
+        std::unique_ptr<QWidget> widget(group->property(key)->createEditor(nullptr));
+        QWidget* editor = static_cast<QAPropertyWidget*>(widget.get())->editor();
+        if (pressed) {
+            QTest::keyClick(editor, Qt::Key(pressed));
+        } else {
+            static_cast<QLineEdit*>(editor)->clear();
+            QTest::keyClicks(editor, typed);
+            QTest::keyClick(editor, Qt::Key_Return);
+        }
+        QTEST(QString("%1 %2 %3").arg(node.name()).arg(node.effectiveState()).arg(node.backgroundAttribute().get()), "node");
+        QVERIFY(node.isModified());
+        QCOMPARE(renamed.size(), key == "name" ? 1 : 0);
+        if (key == "name")
+            QCOMPARE(renamed.first().first().toString(), node.name());
+        QCOMPARE(stateChanged.size(), key == "state" ? 1 : 0);
     }
 
     void readingIncompleteData_data()
@@ -442,21 +434,10 @@ private slots:
         QVERIFY(d.getQuid() != 0);
     }
 
-    void checkTagOnTextNode()
-    {
-        QDomDocument doc;
-        QVERIFY(doc.setContent(QString("<r>text</r>")));
-        QVERIFY(!QAStData::CHECK_TAG(doc.documentElement().firstChild(), "data"));
-        QVERIFY(QAStData::CHECK_TAG(doc.documentElement(), "r"));
-        QCOMPARE(QAStData::lastErrorString(), QString("The xml tag #text is not an element\n"));
-    }
-
     void hostFallbacksAndEditFile()
     {
         QAStData::initialize(nullptr);
-        TestData r("r");
-        buildTree(r);
-        QVERIFY(r.toString().startsWith("<data>\n  <name>r</name>\n"));
+        QVERIFY(TestData("r").toString().startsWith("<data>\n  <name>r</name>\n"));
         QAStData::displayMessage(QAStData::MessageConsole, "to the trace", QAStData::ErrorStream);
         QAStData::clearMessage(QAStData::BuildConsole);
         QAStData::editFile("/nonexistent/file.c", 3);

@@ -1,68 +1,15 @@
+#include "projectfiles.h"
 #include "qastconfiguration.h"
 #include "qastfile.h"
 #include "qastfolder.h"
 #include "qastnodegroup.h"
 #include "qastproject.h"
-#include "qastprojectpref.h"
-#include "qastrootfolder.h"
-#include "qasttargetpackagelist.h"
 #include "recordinghost.h"
 #include "testdata.h"
 
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
-
-namespace {
-
-void writeFile(const QString& path, const QByteArray& bytes)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(bytes);
-}
-
-const QByteArray olderProject =
-    "# A project of the older text form\n"
-    "PROJECT = {\n"
-    "    name = \"not the file's name\";\n"
-    "    ROOT = {\n"
-    "        configurations = {\n"
-    "            configuration = { name = \"Native\"; };\n"
-    "            configuration = { name = \"Cross\"; };\n"
-    "        };\n"
-    "    };\n"
-    "    node = {\n"
-    "        type = \"Group\";\n"
-    "        name = \"Tests\";\n"
-    "        checked = true;\n"
-    "        node = { type = \"QAStNodeGroup\"; name = \"Inner\"; background = true; };\n"
-    "    };\n"
-    "    node = { type = \"QAStNodeGroup\"; name = \"Last\"; state = 2; };\n"
-    "};\n";
-
-// The workspace that names the project, and one that names another.
-const QByteArray olderWorkspace =
-    "WORKSPACE = {\n"
-    "    project = \"older.vmp\";\n"
-    "    node = {\n"
-    "        type = \"QAStSourceFolder\";\n"
-    "        node = { type = \"QAStFile\"; key = \"src\\a.c\"; };\n"
-    "    };\n"
-    "    node = {\n"
-    "        type = \"QAStFolder\";\n"
-    "        name = \"Texts\";\n"
-    "        filters = \"*.txt\";\n"
-    "        node = { type = \"QAStFile\"; key = \"readme.txt\"; };\n"
-    "    };\n"
-    "};\n";
-const QByteArray otherWorkspace =
-    "WORKSPACE = {\n"
-    "    project = \"elsewhere\\other.vmp\";\n"
-    "    node = { type = \"QAStFile\"; key = \"stray.c\"; };\n"
-    "};\n";
-
-} // namespace
 
 class tst_OlderProjects : public QObject
 {
@@ -79,9 +26,9 @@ private slots:
         host.messages.clear();
         QVERIFY(QDir(dir.path()).removeRecursively());
         QVERIFY(QDir().mkpath(dir.path()));
-        writeFile(dir.filePath(QStringLiteral("older.vmp")), olderProject);
-        writeFile(dir.filePath(QStringLiteral("a-other.vmw")), otherWorkspace);
-        writeFile(dir.filePath(QStringLiteral("older.vmw")), olderWorkspace);
+        // The project, the workspace that names it, and one that names another.
+        for (const char* file : {"older.vmp", "older.vmw", "a-other.vmw"})
+            QVERIFY(QFile::copy(QStringLiteral(SDK_TESTDATA_DIR "/") + file, dir.filePath(file)));
     }
 
     void opens_data()
@@ -150,7 +97,7 @@ private slots:
         QFETCH(QByteArray, text);
         QFETCH(bool, ours);
         const QString path = dir.filePath(QStringLiteral("probe.vmw"));
-        writeFile(path, text);
+        QVERIFY(writeFile(path, text));
         QAStProject project(dir.filePath(QStringLiteral("older.vmp")));
         QCOMPARE(project.isAWorkspaceForThisProject(path), ours);
     }

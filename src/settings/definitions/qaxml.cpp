@@ -2,6 +2,7 @@
 
 #include "qastdata.h"
 
+#include <QBuffer>
 #include <QByteArray>
 #include <QDomDocument>
 
@@ -159,5 +160,8 @@ QString QAXML::elementName(const QString& key)
 
 bool QAXML::parse(QDomDocument& document, const QByteArray& text, QString* message, int* line, int* column)
 {
-    return bool(document.setContent(withLegacyTagsRenamed(text), message, line, column));
+    QBuffer buffer;
+    buffer.setData(withLegacyTagsRenamed(text));
+    buffer.open(QIODevice::ReadOnly);
+    return QAStData::parseDocument(&buffer, document, message, line, column);
 }

@@ -30,8 +30,9 @@ public:
     /// written as "_xHHHH_" (" st_dtrack" is "_x0020_st_dtrack").
     static QString elementName(const QString& key);
 
-    /// Parses a project file or a clipboard item into \a document, as
-    /// QDomDocument::setContent does. The tags of older files that wrote a
+    /// Parses a project file or a clipboard item into \a document through
+    /// QAStData::parseDocument, which takes the same texts as
+    /// QDomDocument::setContent at a cost linear in the depth. The tags of older files that wrote a
     /// key with leading blanks as it is ("< st_dtrack>") are read as the
     /// elements that elementName() gives.
     static bool parse(QDomDocument& document, const QByteArray& text, QString* message = nullptr,

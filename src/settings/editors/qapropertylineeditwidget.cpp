@@ -7,6 +7,8 @@
 QAPropertyLineEditWidget::QAPropertyLineEditWidget(QAPropertyLineEdit* property, QWidget* parent)
     : QAPropertyWidget(property, parent), _lineEdit(new QLineEdit(this))
 {
+    // The line edit only looks at the validator: the property owns it.
+    _lineEdit->setValidator(property->validator());
     setEditor(_lineEdit);
     updateValue();
     connect(_lineEdit, &QLineEdit::editingFinished, this, [this] {

@@ -15,6 +15,16 @@ bool QAProperty::isGroup() const
     return false;
 }
 
+void QAProperty::notifyModified()
+{
+    for (QAPropertyGroup* group = _parent; group; group = group->parent()) {
+        if (group->_modifiedHandler) {
+            group->_modifiedHandler(this);
+            return;
+        }
+    }
+}
+
 namespace {
 
 struct KindOfType

@@ -71,6 +71,10 @@ public:
     /// outside the set.
     static QVariant convert(const QVariant& value, int type);
 
+    /// Tells the nearest group above that watches its tree that this
+    /// property has just stored a value (QAPropertyGroup::setModifiedHandler).
+    void notifyModified();
+
 private:
     friend class QAPropertyGroup;
 

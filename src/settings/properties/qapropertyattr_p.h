@@ -21,10 +21,12 @@ bool isResetable(const QAStAttribute<T>* attribute)
 
 // The stored value stays; it only stops counting.
 template <typename T>
-void reset(QAStAttribute<T>* attribute)
+void reset(QAProperty* property, QAStAttribute<T>* attribute)
 {
-    if (attribute)
-        attribute->isSet = false;
+    if (!attribute)
+        return;
+    attribute->isSet = false;
+    property->notifyModified();
 }
 
 template <typename T>
@@ -34,10 +36,12 @@ QVariant value(const QAStAttribute<T>* attribute)
 }
 
 template <typename T>
-void setValue(QAStAttribute<T>* attribute, const QVariant& value, int type)
+void setValue(QAProperty* property, QAStAttribute<T>* attribute, const QVariant& value, int type)
 {
-    if (attribute)
-        *attribute = QAProperty::convert(value, type).value<T>();
+    if (!attribute)
+        return;
+    *attribute = QAProperty::convert(value, type).value<T>();
+    property->notifyModified();
 }
 
 } // namespace QAPropertyAttrLeaf

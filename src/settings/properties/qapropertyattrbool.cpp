@@ -19,12 +19,12 @@ bool QAPropertyAttrBool::isResetable() const
 
 void QAPropertyAttrBool::reset()
 {
-    QAPropertyAttrLeaf::reset(_attribute);
+    QAPropertyAttrLeaf::reset(this, _attribute);
 }
 
 void QAPropertyAttrBool::setValue(const QVariant& value)
 {
-    QAPropertyAttrLeaf::setValue(_attribute, value, type());
+    QAPropertyAttrLeaf::setValue(this, _attribute, value, type());
 }
 
 QVariant QAPropertyAttrBool::value()

@@ -19,12 +19,12 @@ bool QAPropertyAttrComboInt::isResetable() const
 
 void QAPropertyAttrComboInt::reset()
 {
-    QAPropertyAttrLeaf::reset(_attribute);
+    QAPropertyAttrLeaf::reset(this, _attribute);
 }
 
 void QAPropertyAttrComboInt::setValue(const QVariant& value)
 {
-    QAPropertyAttrLeaf::setValue(_attribute, value, type());
+    QAPropertyAttrLeaf::setValue(this, _attribute, value, type());
 }
 
 QVariant QAPropertyAttrComboInt::value()

@@ -19,12 +19,12 @@ bool QAPropertyAttrLineEdit::isResetable() const
 
 void QAPropertyAttrLineEdit::reset()
 {
-    QAPropertyAttrLeaf::reset(_attribute);
+    QAPropertyAttrLeaf::reset(this, _attribute);
 }
 
 void QAPropertyAttrLineEdit::setValue(const QVariant& value)
 {
-    QAPropertyAttrLeaf::setValue(_attribute, value, type());
+    QAPropertyAttrLeaf::setValue(this, _attribute, value, type());
 }
 
 QVariant QAPropertyAttrLineEdit::value()

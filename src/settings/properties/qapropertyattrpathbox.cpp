@@ -19,12 +19,12 @@ bool QAPropertyAttrPathBox::isResetable() const
 
 void QAPropertyAttrPathBox::reset()
 {
-    QAPropertyAttrLeaf::reset(_attribute);
+    QAPropertyAttrLeaf::reset(this, _attribute);
 }
 
 void QAPropertyAttrPathBox::setValue(const QVariant& value)
 {
-    QAPropertyAttrLeaf::setValue(_attribute, value, type());
+    QAPropertyAttrLeaf::setValue(this, _attribute, value, type());
 }
 
 QVariant QAPropertyAttrPathBox::value()

@@ -19,12 +19,12 @@ bool QAPropertyAttrPathItem::isResetable() const
 
 void QAPropertyAttrPathItem::reset()
 {
-    QAPropertyAttrLeaf::reset(_attribute);
+    QAPropertyAttrLeaf::reset(this, _attribute);
 }
 
 void QAPropertyAttrPathItem::setValue(const QVariant& value)
 {
-    QAPropertyAttrLeaf::setValue(_attribute, value, type());
+    QAPropertyAttrLeaf::setValue(this, _attribute, value, type());
 }
 
 QVariant QAPropertyAttrPathItem::value()

@@ -5,6 +5,8 @@
 #include <QList>
 #include <QPixmap>
 
+#include <functional>
+
 /// A node of a description tree. It owns its children, in insertion order,
 /// and has no value of its own: it answers overridden as soon as one child
 /// does, so that a subgroup answers for everything below it.
@@ -39,6 +41,16 @@ public:
     /// The image shown for the group when it is \a opened, or closed.
     QPixmap icon(bool opened) const;
 
+    /// Whoever owns the values behind this tree hears through \a handler of
+    /// each value stored through a property below, unless a nearer group has
+    /// a handler of its own. The store-bound kinds do not tell; those that
+    /// hold an attribute of project data do.
+    using ModifiedHandler = std::function<void(QAProperty*)>;
+    void setModifiedHandler(const ModifiedHandler& handler) { _modifiedHandler = handler; }
+
 private:
+    friend class QAProperty;
+
     QList<QAProperty*> _children;
+    ModifiedHandler _modifiedHandler;
 };

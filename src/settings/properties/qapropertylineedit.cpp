@@ -2,7 +2,16 @@
 
 #include "qapropertylineeditwidget.h"
 
+#include <QValidator>
+
 QAPropertyLineEdit::QAPropertyLineEdit(const QString& key) : QAProperty(key) {}
+
+QAPropertyLineEdit::~QAPropertyLineEdit() = default;
+
+void QAPropertyLineEdit::setValidator(QValidator* validator)
+{
+    _validator.reset(validator);
+}
 
 QString QAPropertyLineEdit::displayValue()
 {

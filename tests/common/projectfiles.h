@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QByteArray>
+#include <QMap>
+#include <QString>
+
+class QDomDocument;
+
+/// Writes \a bytes to \a path, replacing what was there; false when the file
+/// could not be written.
+bool writeFile(const QString& path, const QByteArray& bytes);
+/// The bytes of \a path, empty when it cannot be read.
+QByteArray readFile(const QString& path);
+/// Every file below \a dir with a digest of its bytes: what a failed attempt
+/// must leave exactly as it was.
+QMap<QString, QByteArray> snapshot(const QString& dir);
+/// The text of \a document without its XML declaration and DOCTYPE, which
+/// the library's own parser leaves out.
+QString documentBody(const QDomDocument& document);
