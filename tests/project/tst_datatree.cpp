@@ -1,7 +1,6 @@
 #include "qafileutil.h"
 #include "qapropertygroup.h"
 #include "qapropertywidget.h"
-#include "qastattribute.h"
 #include "qastnodegroup.h"
 #include "qastprojectpref.h"
 #include "recordinghost.h"
@@ -257,33 +256,8 @@ private slots:
         r.findNode("s.s1")->setValid(false);
         QVERIFY(!r.isValid() && !r.findNode("s")->isValid() && r.findNode("a")->isValid());
 
-        for (int status : {0, 1, 2, 5, 6}) {
-            r.findNode("b.b1")->setExecutionStatus(status);
-            QVERIFY2(!r.isRunning(), qPrintable(QString::number(status)));
-        }
         r.findNode("b.b1")->setExecutionStatus(QAStData::ExecutionRunningOther);
         QVERIFY(r.isRunning() && r.findNode("b")->isRunning() && !r.findNode("a")->isRunning());
-    }
-
-    void attributeInheritance_data()
-    {
-        QTest::addColumn<QString>("setOnes"); // of the chain c -> b -> a
-        QTest::addColumn<int>("expected");
-        QTest::newRow("none set: the last of the chain") << "" << 1;
-        QTest::newRow("own value wins") << "abc" << 3;
-        QTest::newRow("nearest set ancestor") << "ab" << 2;
-        QTest::newRow("unset links are skipped") << "a" << 1;
-    }
-    void attributeInheritance()
-    {
-        QFETCH(QString, setOnes);
-        QAStAttribute<int> a(1, setOnes.contains('a')), b(2, setOnes.contains('b')), c;
-        c.init(3, setOnes.contains('c'));
-        b.parent = &a;
-        c.parent = &b;
-        QTEST(int(c), "expected");
-        c = 9;
-        QVERIFY(c.isSet && c.get() == 9);
     }
 
     void pathsWithoutProject()

@@ -21,7 +21,6 @@
 
 #include <csignal>
 #include <sys/resource.h>
-#include <unistd.h>
 
 namespace {
 
@@ -261,8 +260,6 @@ private slots:
     void aFailedSaveLeavesTheFormerFile()
     {
         QFETCH(bool, sizeLimit);
-        if (!sizeLimit && ::geteuid() == 0)
-            QSKIP("write access is not enforced for this user");
         QAStProject::setModeBatch(false);
         const QString path = dir.filePath(QStringLiteral("kept.vmp"));
         QAStProject project(path);
@@ -287,7 +284,7 @@ private slots:
             // A writable file alone would be rewritten in place.
             QFile::setPermissions(path, QFile::ReadOwner);
             QFile::setPermissions(dir.path(), QFile::ReadOwner | QFile::ExeOwner);
-            saved = project.saveProcess();
+            withoutDacOverride([&] { saved = project.saveProcess(); });
             QFile::setPermissions(dir.path(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
             QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner);
         }
