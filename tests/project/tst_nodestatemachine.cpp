@@ -101,12 +101,7 @@ public:
 } // namespace
 
 // An external command: a settings change passes it by.
-class QAStNodeUser : public TestNode
-{
-    Q_OBJECT
-public:
-    using TestNode::TestNode;
-};
+class QAStNodeUser : public TestNode { Q_OBJECT using TestNode::TestNode; };
 
 class tst_NodeStateMachine : public QObject
 {

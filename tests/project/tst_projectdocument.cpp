@@ -69,19 +69,8 @@ private:
     QString key;
 };
 
-class QAStNodeTestScript : public QAStNodeFileRef
-{
-    Q_OBJECT
-public:
-    using QAStNodeFileRef::QAStNodeFileRef;
-};
-
-class QAStNodeJavaTestingScript : public QAStNodeTestScript
-{
-    Q_OBJECT
-public:
-    using QAStNodeTestScript::QAStNodeTestScript;
-};
+class QAStNodeTestScript : public QAStNodeFileRef { Q_OBJECT using QAStNodeFileRef::QAStNodeFileRef; };
+class QAStNodeJavaTestingScript : public QAStNodeTestScript { Q_OBJECT using QAStNodeTestScript::QAStNodeTestScript; };
 
 class tst_ProjectDocument : public QObject
 {
@@ -198,9 +187,7 @@ private slots:
         QCOMPARE(a->files().size(), 1);
         // Saved again, every file is written byte for byte as before.
         QVERIFY(again.saveProcess());
-        const QMap<QString, QByteArray> resaved = snapshot(dir.path());
-        for (auto it = saved.constBegin(); it != saved.constEnd(); ++it)
-            QVERIFY2(resaved.value(it.key()) == it.value(), qPrintable(it.key()));
+        QCOMPARE(snapshot(dir.path()), saved);
     }
 
     void subProjectCycles_data()
