@@ -7,6 +7,11 @@
 #include <QFile>
 #include <QTextStream>
 
+#include <algorithm>
+#include <linux/capability.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
 bool writeFile(const QString& path, const QByteArray& bytes)
 {
     QFile file(path);
@@ -40,4 +45,17 @@ QString documentBody(const QDomDocument& document)
             node.save(stream, 1);
     }
     return text;
+}
+
+void withoutDacOverride(const std::function<void()>& run)
+{
+    __user_cap_header_struct header {_LINUX_CAPABILITY_VERSION_3, 0};
+    __user_cap_data_struct saved[2] {}, reduced[2] {};
+    const bool known = syscall(SYS_capget, &header, saved) == 0;
+    std::copy(saved, saved + 2, reduced);
+    reduced[0].effective &= ~(1u << CAP_DAC_OVERRIDE);
+    const bool dropped = known && syscall(SYS_capset, &header, reduced) == 0;
+    run();
+    if (dropped)
+        syscall(SYS_capset, &header, saved);
 }

@@ -4,6 +4,8 @@
 #include <QMap>
 #include <QString>
 
+#include <functional>
+
 class QDomDocument;
 
 /// Writes \a bytes to \a path, replacing what was there; false when the file
@@ -17,3 +19,7 @@ QMap<QString, QByteArray> snapshot(const QString& dir);
 /// The text of \a document without its XML declaration and DOCTYPE, which
 /// the library's own parser leaves out.
 QString documentBody(const QDomDocument& document);
+/// Runs \a run without the capability that lets root write in any directory,
+/// so that a directory's own permissions hold as they do for any user. The
+/// capability is the calling thread's, and comes back when \a run returns.
+void withoutDacOverride(const std::function<void()>& run);

@@ -1,7 +1,7 @@
 #include "withoutmenus.h"
 #include "qaprocess.h"
 #include "qastconfiguration.h"
-#include "qastnode.h"
+#include "qastnodegroup.h"
 #include "qastproject.h"
 #include "recordinghost.h"
 #include "testdata.h"
@@ -56,8 +56,9 @@ public:
 QStringList TestNode::events;
 
 // Prints the node's name and the steps its environment asks for; writes the
-// files named after it and reports them in the log of produced files; fails,
-// waits to be stopped, or waits for the file "<name>.go", by its name.
+// files named after it and reports them in the log of produced files, or
+// reports a result file; fails, waits to be stopped, or waits for the file
+// "<name>.go", by its name.
 const char* const stepScript = R"(
 my ($env, $name) = @ARGV;
 my ($quid) = $env =~ /environment_node(\d+)\.pl$/;
@@ -74,6 +75,7 @@ if ($name =~ /^out/) {
     }
     close($log);
 }
+if ($name =~ /^rod/) { open(my $log, '>', "intermediates_files$quid.log") or die; print $log "ROD /results/$name.rod\n"; }
 if ($name =~ /^wait/) { print "waiting\n"; sleep 60; }
 if ($name =~ /^hold/) {
     print "holding\n";
@@ -83,15 +85,23 @@ if ($name =~ /^hold/) {
 exit($name =~ /^fail/ ? 1 : 0);
 )";
 
+// A group that notes its status at the moment its own script is due.
+class WatchedGroup : public QAStNodeGroup
+{
+public:
+    using QAStNodeGroup::QAStNodeGroup;
+    void buildAfterChildren() override
+    {
+        statusBeforeScript = executionStatus();
+        QAStNodeGroup::buildAfterChildren();
+    }
+    int statusBeforeScript = -1;
+};
+
 } // namespace
 
 // An external command: a settings change passes it by.
-class QAStNodeUser : public TestNode
-{
-    Q_OBJECT
-public:
-    using TestNode::TestNode;
-};
+class QAStNodeUser : public TestNode { Q_OBJECT using TestNode::TestNode; };
 
 class tst_NodeStateMachine : public QObject
 {
@@ -118,7 +128,7 @@ class tst_NodeStateMachine : public QObject
         return root;
     }
     TestNode* child(int i) const { return static_cast<TestNode*>(root->children().at(i)); }
-    void runToEnd(TestNode* node)
+    void runToEnd(QAStNode* node)
     {
         QTRY_VERIFY_WITH_TIMEOUT(!QAStNode::isRunConnected() && !node->isRunning(), 20000);
     }
@@ -128,7 +138,6 @@ private slots:
     {
         installProcessLeakGuard();
         QAStData::initialize(&host);
-        host.perl = QStringList{QStringLiteral("perl")};
         script = dir.filePath(QStringLiteral("step.pl"));
         QFile file(script);
         QVERIFY(file.open(QIODevice::WriteOnly));
@@ -429,6 +438,57 @@ private slots:
                                                 "commit under the command", "commit b"}));
         for (QAStData* node : root->childrenOfClass("QAStNode", true))
             QCOMPARE(static_cast<QAStNode*>(node)->isForceRebuild(), node != user);
+    }
+
+    // A group's own script decides its status: a failed child does not stop
+    // the group, and its script runs with no child at all. Without coverage
+    // its environment holds no coverage or trace lists.
+    void groupRunsItsScriptAfterItsChildren_data()
+    {
+        QTest::addColumn<QStringList>("children");
+        QTest::addColumn<QString>("steps");
+        QTest::addColumn<int>("statusBeforeScript");
+        QTest::newRow("empty group") << QStringList() << "group: G children: RODFILES: 0 file(s)" << 5;
+        QTest::newRow("a failed child does not stop the group")
+            << QStringList{"a", "fail", "rod"}
+            << "step a step fail step rod group: G children: a, fail, rod RODFILES: 1 file(s) /results/rod.rod" << 1;
+    }
+    void groupRunsItsScriptAfterItsChildren()
+    {
+        QFETCH(QStringList, children);
+        QFETCH(QString, steps);
+        QAStProject project(QStringLiteral("proj"), QPixmap());
+        auto* group = new WatchedGroup(QStringLiteral("G"), &project);
+        QAStData* after = nullptr;
+        for (const QString& name : children) {
+            auto* child = new TestNode(name, group, after);
+            child->setPerlScriptAfterChild(script);
+            after = child;
+        }
+        group->rebuild();
+        runToEnd(group);
+        QTEST(group->statusBeforeScript, "statusBeforeScript");
+        QCOMPARE(group->executionStatus(), int(QAStData::ExecutionSuccess));
+        const QString console = host.consoleText(0).simplified();
+        QVERIFY2(console.contains(steps), qPrintable(console));
+        QVERIFY(QDir(startDirectory).entryList({"environment_node*"}).isEmpty());
+    }
+
+    // The result list reaches the whole subtree, while the names are the
+    // direct children's.
+    void groupEnvironmentListsFilesAndChildNames()
+    {
+        QAStProject project(QStringLiteral("proj"), QPixmap());
+        auto* group = new QAStNodeGroup(QStringLiteral("G"), &project);
+        auto* inner = new QAStNodeGroup(QStringLiteral("inner"), group);
+        new TestNode(QStringLiteral("it's"), group, inner);
+        (new TestNode(QStringLiteral("deep"), inner))->addOutFileName(QStringLiteral("ROD"), QStringLiteral("/r/deep.rod"));
+        QString text;
+        QTextStream stream(&text);
+        group->generateEnv(stream);
+        stream.flush();
+        QVERIFY2(text.contains(QLatin1String("\n@RODFILES=('/r/deep.rod');\n@NODENAMES=('inner','it\\'s');\n")),
+                 qPrintable(text));
     }
 
     void hashCodeIgnoresCase()

@@ -99,120 +99,104 @@ private slots:
     void cleanup() { QCOMPARE(QAProcess::runningCount(), 0); }
 
     // Output reaches the console in whole lines, a line written in two parts
-    // too; the exit status becomes the status, and the file goes at the end.
-    void outputAndEndReachTheObject_data()
+    // too, and the exit status becomes the status. The script gets the
+    // environment file and the name, or the name alone; a relative one is
+    // the installation's. The file goes at the end, but a command that never
+    // started keeps it. Without a host the interpreter command is empty: only
+    // a script that starts by itself runs.
+    void scriptRunsToItsEnd_data()
     {
-        QTest::addColumn<QByteArray>("ending");
-        QTest::addColumn<bool>("asynchronous");
-        QTest::addColumn<int>("console");
+        QTest::addColumn<QByteArray>("body"); // empty: the installation's Environment.pl
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QStringList>("flags");
         QTest::addColumn<int>("status");
-        for (const bool asynchronous : {true, false}) {
-            const char* mode = asynchronous ? "asynchronous" : "synchronous";
-            const int console = asynchronous ? QAStData::BuildConsole : QAStData::MessageConsole;
-            QTest::addRow("exit 0, %s", mode) << QByteArray("exit 0;") << asynchronous << console << 0;
-            QTest::addRow("exit 7, %s", mode) << QByteArray("exit 7;") << asynchronous << console << 1;
-            QTest::addRow("crash, %s", mode) << QByteArray("kill 'KILL', $$;") << asynchronous << console << 1;
+        QTest::addColumn<QString>("out"); // ending in "...": how the output begins
+        QTest::addColumn<QString>("err");
+        const auto row = [](const char* tag, const QByteArray& body, const QStringList& flags, int status,
+                            const QString& out, const QString& err = {}, const QString& name = "node") {
+            QTest::newRow(tag) << body << name << flags << status << out << err;
+        };
+        const QByteArray output = "print \"first\\nsecond\\n\";\nprint STDERR \"oops\\n\";\n"
+                                  "print 'par'; select(undef, undef, undef, 0.05); print \"tial\\n\";\nprint 'no line end';\n";
+        for (const QString& mode : {QStringLiteral("asynchronous"), QStringLiteral("synchronous")}) {
+            const QStringList flags = mode == QLatin1String("synchronous") ? QStringList{"sync"} : QStringList();
+            for (const auto& [what, ending, status] :
+                 {std::tuple("an exit 0", "exit 0;", 0), {"an exit 7", "exit 7;", 1}, {"a crash", "kill 'KILL', $$;", 1}})
+                QTest::addRow("%s, %s", what, qPrintable(mode)) << output + ending << "node" << flags << status
+                                                                  << "first\nsecond\npartial\nno line end\n" << "oops\n";
         }
+        // The frame's lines end in a line end; the launch adds "\n1;\n" behind them.
+        const QByteArray arguments = "print \"script=[$0]\\n\";\nprint \"arg=[$_]\\n\" for @ARGV;\nexit 0 unless @ARGV == 2;\n"
+                                     "open my $fh, '<', $ARGV[0] or die \"cannot read $ARGV[0]\\n\";\n"
+                                     "my $text = do { local $/; <$fh> };\n"
+                                     "print \"ends in a true value\\n\" if $text =~ /;\\n\\n1;\\n\\z/;\n"
+                                     "print \"loads\\n\" if do $ARGV[0];\n";
+        row("the environment file and a plain name", arguments, {}, 0,
+            "script=[@SCRIPT@]\narg=[@ENV@]\narg=[node]\nends in a true value\nloads\n");
+        row("a name with blanks is one argument", arguments, {}, 0,
+            "script=[@SCRIPT@]\narg=[@ENV@]\narg=[ my  test node ]\nends in a true value\nloads\n", {}, " my  test node ");
+        row("no environment: script and name end the command", arguments, {"no environment"}, 0,
+            "script=[@SCRIPT@]\narg=[a b]\n", {}, "a b");
+        row("a relative script is taken from the scripts directory", {}, {}, 0, "object: node\nenvironment file: @ENV@\n...");
+        const QString cannotStart = QStringLiteral("/nonexistent/velmont-perl: unable to start the command\n");
+        row("a missing interpreter", "exit 0;", {"no interpreter"}, 1, "", cannotStart);
+        row("a missing interpreter, synchronous, on the message console", "exit 0;", {"no interpreter", "sync"}, 1, "",
+            cannotStart);
+        row("no host: a plain script file cannot start", "exit 0;", {"no host"}, 1, "");
+        row("no host: an executable script with its own #! line runs", "exit 0;", {"no host", "executable"}, 0, "");
     }
-    void outputAndEndReachTheObject()
+    void scriptRunsToItsEnd()
     {
-        QFETCH(QByteArray, ending);
-        QFETCH(bool, asynchronous);
-        QFETCH(int, console);
+        QFETCH(QByteArray, body);
+        QFETCH(QString, name);
+        QFETCH(QStringList, flags);
         QFETCH(int, status);
-        TestData data(QStringLiteral("node"));
+        QFETCH(QString, out);
+        const bool asynchronous = !flags.contains("sync");
+        const int console = asynchronous ? QAStData::BuildConsole : QAStData::MessageConsole;
+        const bool neverStarts = status != 0 && (flags.contains("no host") || flags.contains("no interpreter"));
+        QString path = QStringLiteral("Environment.pl");
+        if (!body.isEmpty()) {
+            QFile file(path = script(QStringLiteral("run.pl"), body));
+            QVERIFY(!flags.contains("executable") || file.setPermissions(file.permissions() | QFile::ExeOwner));
+        }
+        if (flags.contains("no interpreter"))
+            host.perl = QStringList{QStringLiteral("/nonexistent/velmont-perl"), QStringLiteral("-w")};
+        if (flags.contains("no host"))
+            QAStData::initialize(nullptr);
+        auto restore = qScopeGuard([this] { QAStData::initialize(&host); });
+        TestData data(name);
         QSignalSpy started(&data, &QAStData::perlScriptStarted);
         QSignalSpy terminated(&data, &QAStData::perlScriptTerminated);
-        launch(data, script(QStringLiteral("output.pl"), "print \"first\\nsecond\\n\";\n"
-                                "print STDERR \"oops\\n\";\n"
-                                "print 'par'; select(undef, undef, undef, 0.05); print \"tial\\n\";\n"
-                                "print 'no line end';\n" + ending),
-               asynchronous, true, console);
+        launch(data, path, asynchronous, !flags.contains("no environment"), console);
         QCOMPARE(started.count(), 1);
-        if (asynchronous) {
+        if (asynchronous && !neverStarts) {
             QCOMPARE(data.executionStatus(), int(QAStData::ExecutionRunning));
             QVERIFY(data.runningProcess());
-            QVERIFY(QFile::exists(data.environmentFileName()));
-            QVERIFY(terminated.wait(10000));
+            QCOMPARE(QFile::exists(data.environmentFileName()), !flags.contains("no environment"));
         }
+        QTRY_COMPARE_WITH_TIMEOUT(terminated.count(), 1, 10000);
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        QCoreApplication::processEvents();
         QCOMPARE(terminated.count(), 1);
         QCOMPARE(data.executionStatus(), status);
         QVERIFY(!data.runningProcess());
-        QVERIFY(!QFile::exists(data.environmentFileName()));
-        QCOMPARE(received(host, console, false), QStringLiteral("first\nsecond\npartial\nno line end\n"));
-        QCOMPARE(received(host, console, true), QStringLiteral("oops\n"));
+        QCOMPARE(QFile::remove(data.environmentFileName()), neverStarts);
+        out.replace(QLatin1String("@SCRIPT@"), path).replace(QLatin1String("@ENV@"), data.environmentFileName());
+        const QString text = received(host, console, false);
+        if (out.endsWith(QLatin1String("...")))
+            QVERIFY2(text.startsWith(out.chopped(3)), qPrintable(text));
+        else
+            QCOMPARE(text, out);
+        QTEST(received(host, console, true), "err");
         QCOMPARE(host.consoleText(1 - console), QString());
     }
 
-    void scriptGetsEnvironmentFileAndName_data()
-    {
-        QTest::addColumn<bool>("withEnvironment");
-        QTest::addColumn<QString>("name");
-        QTest::newRow("environment file and plain name") << true << "node";
-        QTest::newRow("a name with blanks is one argument") << true << " my  test node ";
-        QTest::newRow("no environment: script and name end the command") << false << "a b";
-    }
-    void scriptGetsEnvironmentFileAndName()
-    {
-        QFETCH(bool, withEnvironment);
-        QFETCH(QString, name);
-        // The frame's lines end in a line end; the launch adds "\n1;\n" behind them.
-        const QString path = script(QStringLiteral("args.pl"),
-            "print \"script=[$0]\\n\";\n"
-            "print \"arg=[$_]\\n\" for @ARGV;\n"
-            "exit 0 unless @ARGV == 2;\n"
-            "open my $fh, '<', $ARGV[0] or die \"cannot read $ARGV[0]\\n\";\n"
-            "my $text = do { local $/; <$fh> };\n"
-            "print \"ends in a true value\\n\" if $text =~ /;\\n\\n1;\\n\\z/;\n"
-            "print \"loads\\n\" if do $ARGV[0];\n");
-        TestData data(name);
-        const QString environment = data.environmentFileName();
-        QCOMPARE(environment, QDir::current().filePath(
-                                  QStringLiteral("environment_node%1.pl").arg(data.getQuid())));
-        QSignalSpy terminated(&data, &QAStData::perlScriptTerminated);
-        launch(data, path, true, withEnvironment);
-        QVERIFY(terminated.wait(10000));
-        QString expected = "script=[" + path + "]\n";
-        if (withEnvironment)
-            expected += "arg=[" + environment + "]\narg=[" + name + "]\nends in a true value\nloads\n";
-        else
-            expected += "arg=[" + name + "]\n";
-        QCOMPARE(host.consoleText(QAStData::BuildConsole), expected);
-        QCOMPARE(data.executionStatus(), 0);
-        QVERIFY(!QFile::exists(environment));
-    }
-
-    void relativeScriptIsTakenFromScriptsDir()
-    {
-        TestData data(QStringLiteral("the node"));
-        QSignalSpy terminated(&data, &QAStData::perlScriptTerminated);
-        launch(data, QStringLiteral("Environment.pl"), true);
-        QVERIFY(terminated.wait(10000));
-        QCOMPARE(host.consoleText(QAStData::BuildConsole, true), QString());
-        QVERIFY(host.consoleText(QAStData::BuildConsole).contains("object: the node\n"));
-        QCOMPARE(data.executionStatus(), 0);
-    }
-
-    void emptyScriptNameIsNoLaunch()
-    {
-        TestData data(QStringLiteral("node"));
-        data.setExecutionStatus(QAStData::ExecutionSuccess);
-        QSignalSpy started(&data, &QAStData::perlScriptStarted);
-        QSignalSpy terminated(&data, &QAStData::perlScriptTerminated);
-        QTextStream environment;
-        QVERIFY(data.createEnvironmentFile(environment));
-        data.executePerlScript(QString(), dir.path(), &environment, true);
-        QCOMPARE(data.executionStatus(), int(QAStData::ExecutionNone));
-        QCOMPARE(started.count() + terminated.count(), 0);
-        QVERIFY(!data.runningProcess());
-        std::unique_ptr<QIODevice> device(environment.device()); // still its owner's
-        QVERIFY(device && device->isOpen());
-        environment.setDevice(nullptr);
-        QVERIFY(QFile::remove(data.environmentFileName()));
-    }
-
-    void secondLaunchDuringRunIsIgnored()
+    // A launch without a script, or one during a run, does nothing: no
+    // signal, no status, and the stream's device comes back to its owner
+    // untouched: not written, not closed, and not deleted (the sanitizer
+    // would see a delete of this one).
+    void launchesThatDoNothing()
     {
         const QByteArray go = dir.filePath(QStringLiteral("go")).toLocal8Bit();
         const QString waiting = script(QStringLiteral("wait.pl"),
@@ -221,20 +205,22 @@ private slots:
         TestData data(QStringLiteral("node"));
         QSignalSpy started(&data, &QAStData::perlScriptStarted);
         QSignalSpy terminated(&data, &QAStData::perlScriptTerminated);
+        QBuffer buffer;
+        QVERIFY(buffer.open(QIODevice::WriteOnly));
+        QTextStream stream(&buffer);
+        data.setExecutionStatus(QAStData::ExecutionSuccess);
+        data.executePerlScript(QString(), dir.path(), &stream, true);
+        QCOMPARE(data.executionStatus(), int(QAStData::ExecutionNone));
+        QVERIFY(!data.runningProcess());
+
         launch(data, waiting, true);
         QAProcess* first = data.runningProcess();
         QVERIFY(first);
-
-        // The second stream's device comes back untouched: not written, not
-        // closed, and not deleted (the sanitizer sees a delete of this one).
-        QBuffer secondFile;
-        QVERIFY(secondFile.open(QIODevice::WriteOnly));
-        QTextStream second(&secondFile);
-        data.executePerlScript(script(QStringLiteral("other.pl"), "exit 7;"), dir.path(), &second, true);
+        data.executePerlScript(script(QStringLiteral("other.pl"), "exit 7;"), dir.path(), &stream, true);
         QFile(QString::fromLocal8Bit(go)).open(QIODevice::WriteOnly);
-        QCOMPARE(second.device(), &secondFile);
-        second.flush();
-        QVERIFY(secondFile.isOpen() && secondFile.data().isEmpty());
+        QCOMPARE(stream.device(), &buffer);
+        stream.flush();
+        QVERIFY(buffer.isOpen() && buffer.data().isEmpty());
         QCOMPARE(data.runningProcess(), first);
         QCOMPARE(started.count(), 1);
         QVERIFY(terminated.wait(10000));
@@ -269,54 +255,6 @@ private slots:
         QVERIFY(idle->stoppedPids.isEmpty());
         QCOMPARE(idle->executionStatus(), int(QAStData::ExecutionNone));
         QTRY_VERIFY_WITH_TIMEOUT(::kill(pid_t(pid), 0) != 0 && errno == ESRCH, 5000);
-    }
-
-    // A command that cannot start fails at once, with one end signal, and
-    // keeps its environment file. Without a host the interpreter command is
-    // empty: only a script that starts by itself runs.
-    void commandThatCannotStart_data()
-    {
-        QTest::addColumn<bool>("withHost");
-        QTest::addColumn<bool>("asynchronous");
-        QTest::addColumn<int>("console");
-        QTest::addColumn<bool>("executable");
-        QTest::addColumn<int>("status");
-        QTest::newRow("a missing interpreter") << true << true << int(QAStData::BuildConsole) << false << 1;
-        QTest::newRow("a missing interpreter, synchronous, on the message console")
-            << true << false << int(QAStData::MessageConsole) << false << 1;
-        QTest::newRow("no host: a plain script file cannot start")
-            << false << true << int(QAStData::BuildConsole) << false << 1;
-        QTest::newRow("no host: an executable script with its own #! line runs")
-            << false << true << int(QAStData::BuildConsole) << true << 0;
-    }
-    void commandThatCannotStart()
-    {
-        QFETCH(bool, withHost);
-        QFETCH(bool, asynchronous);
-        QFETCH(int, console);
-        QFETCH(bool, executable);
-        QFETCH(int, status);
-        QFile file(script(QStringLiteral("alone.pl"), "exit 0;\n"));
-        if (executable)
-            QVERIFY(file.setPermissions(file.permissions() | QFile::ExeOwner));
-        host.perl = QStringList{QStringLiteral("/nonexistent/velmont-perl"), QStringLiteral("-w")};
-        if (!withHost)
-            QAStData::initialize(nullptr);
-        auto restore = qScopeGuard([this] { QAStData::initialize(&host); });
-        TestData data(QStringLiteral("node"));
-        QSignalSpy started(&data, &QAStData::perlScriptStarted);
-        QSignalSpy terminated(&data, &QAStData::perlScriptTerminated);
-        launch(data, file.fileName(), asynchronous, true, console);
-        QTRY_COMPARE_WITH_TIMEOUT(terminated.count(), 1, 10000);
-        QCOMPARE(started.count(), 1);
-        QCOMPARE(data.executionStatus(), status);
-        QVERIFY(!data.runningProcess());
-        if (withHost)
-            QCOMPARE(host.consoleText(console, true),
-                     QStringLiteral("/nonexistent/velmont-perl: unable to start the command\n"));
-        QCoreApplication::processEvents();
-        QCOMPARE(terminated.count(), 1);
-        QCOMPARE(QFile::remove(data.environmentFileName()), status != 0);
     }
 };
 
