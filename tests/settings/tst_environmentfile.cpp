@@ -284,9 +284,6 @@ void tst_EnvironmentFile::linesFollowTheSettingsAndTheNode_data()
         {"@GENERATION_CONDITION=('A', 'B,C', 'D');"});
     row("a condition of one letter, and one ending in a backslash", node, {{"tcflags", "D,x\\"}},
         {"@GENERATION_CONDITION=('D', 'x\\\\');"});
-    row("a quote arrives escaped, a backslash doubled, raw or not", node,
-        {{"cflags", "it's"}, {"intdir", "a\\b"}, {"tsf_selective_file", QStringList {"c'\\"}}},
-        {"$CFLAGS='it\\'s';", "$INTDIR='a\\\\b';", "@ZTG_SELECTIVE_FILES=('c\\'\\\\');"});
     row("macros expand on the node, from its own configuration", node,
         {{"cflags", "-O2 -I$$PRJNAME"}, {"arguments", "$$CFLAGS it's"}, {"ldflags", "$$NOSUCH -L."}},
         {"$CFLAGS='-O2 -Iproj';", "$ARGUMENTS='-O2 -I$$PRJNAME it\\'s';", "$LDFLAGS=' -L.';"});

@@ -204,36 +204,28 @@ private slots:
         QCOMPARE(QAStTargetPackageList::search("other"), RecordingHost::stageDir() + QStringLiteral("/targets"));
     }
 
+    // The dialog opens with no port selected, shows the one the user picks,
+    // remembers whether its details are open, and reloads the list.
     void dialogOfTheShippedPorts()
     {
         QSettings().remove(QStringLiteral("/QATDPDialog"));
         QVERIFY(QAStTargetPackageList::initialize(&host)); // no preference: the installation's directory
-        QVERIFY(host.messages.isEmpty());
         QASTTDPManager manager;
         manager.show();
         QVERIFY(QTest::qWaitForWindowExposed(&manager));
         QCOMPARE(manager.portList()->count(), 2);
-        QVERIFY(!manager.isDetailsOpen());
-        QCOMPARE(manager.detailsView()->toPlainText(),
-                 QStringLiteral("Select a Target Deplyment Port first to show the details"));
-
+        QCOMPARE(manager.portList()->currentRow(), -1);
         manager.portList()->setCurrentRow(1);
-        const QStringList lines = manager.detailsView()->toPlainText().trimmed().split(QLatin1Char('\n'));
-        QCOMPARE(lines.size(), 20);
-        QCOMPARE(lines.first(), QStringLiteral("Name : GNU C++ native (x86_64 Linux)"));
-        QCOMPARE(lines.at(1), QStringLiteral("Path : gnu_cpp_native"));
-        QCOMPARE(lines.last(), QStringLiteral("Runtime Analysis mode : 0xe1e00"));
-        QVERIFY(manager.detailsView()->toHtml().contains(QStringLiteral("font-weight")));
+        QVERIFY(manager.detailsView()->toPlainText().startsWith(QStringLiteral("Name : GNU C++ native (x86_64 Linux)\n")));
 
+        QVERIFY(!manager.isDetailsOpen());
         const auto click = [&](const QString& text) {
             for (QPushButton* button : manager.findChildren<QPushButton*>())
                 if (button->text() == text)
                     QTest::mouseClick(button, Qt::LeftButton);
         };
         click("&Details");
-        QVERIFY(manager.isDetailsOpen());
-        manager.grab().save(QStringLiteral("tdpmanager.png"));
-        QVERIFY(QASTTDPManager().isDetailsOpen()); // remembered in the application settings
+        QVERIFY(manager.isDetailsOpen() && QASTTDPManager().isDetailsOpen());
 
         QTemporaryDir extra;
         writeFile(extra.filePath("third/tp.ini"), "NAME = \"third\"\n");
