@@ -329,10 +329,11 @@ private slots:
         QCOMPARE(QARes::errorCount(), 1); // an unopenable file raises nothing
 
         // Without a handler, reports go to standard error; a 0 line or column is left out.
-        StderrCapture capture;
-        QARes::error("f.res", 3, 0, QStringLiteral("m\u00e9"));
-        QARes::error("f.res", 0, 7, QStringLiteral("n"));
-        QCOMPARE(capture.finish(), "f.res:3:" + QStringLiteral("m\u00e9").toLocal8Bit() + "\nf.res:7:n\n");
+        const QByteArray written = standardErrorOf([] {
+            QARes::error("f.res", 3, 0, QStringLiteral("m\u00e9"));
+            QARes::error("f.res", 0, 7, QStringLiteral("n"));
+        });
+        QCOMPARE(written, "f.res:3:" + QStringLiteral("m\u00e9").toLocal8Bit() + "\nf.res:7:n\n");
     }
 };
 

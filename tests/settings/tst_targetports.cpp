@@ -94,18 +94,18 @@ private slots:
         // Beside the ports: "." is listed too, and kept so.
         writeFile(root.filePath("beside.ini"), "NAME = \"beside\"\n");
 
-        StderrCapture capture;
-        const QAStTargetPackageList list({root.path()});
-        QCOMPARE(capture.finish(), QByteArray());
+        std::unique_ptr<QAStTargetPackageList> scanned;
+        QCOMPARE(standardErrorOf([&] { scanned = std::make_unique<QAStTargetPackageList>(QStringList {root.path()}); }),
+                 QByteArray());
+        const QAStTargetPackageList& list = *scanned;
         QCOMPARE(directoriesOf(list), QStringList({"./beside.ini", "badbyte/tp.ini", "good/tp.ini"}));
         QCOMPARE(list.targetPackage("good")->objectExt, QStringLiteral(".o"));
         QCOMPARE(list.targetPackage("good")->fullPath, QDir::toNativeSeparators(root.filePath("good")));
         QCOMPARE(list.targetPackage("badbyte")->name, QStringLiteral("badbyte"));
         QVERIFY(host.messages.isEmpty());
 
-        StderrCapture after;
-        QARes::error("f", 1, 1, QStringLiteral("m"));
-        QCOMPARE(after.finish(), QByteArray("f:1:1:m\n")); // the quiet handler is gone
+        // The quiet handler is gone.
+        QCOMPARE(standardErrorOf([] { QARes::error("f", 1, 1, QStringLiteral("m")); }), QByteArray("f:1:1:m\n"));
     }
 
     void fields_data()
