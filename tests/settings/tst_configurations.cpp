@@ -171,7 +171,8 @@ private slots:
         const QString text = project->toString();
         // The node store that overrides two settings writes just those.
         static const QRegularExpression overrides(QStringLiteral(
-            "<configuration>\\s*<name>Debug</name>\\s*<cflags>-g</cflags>\\s*<ge_incdir>a,c</ge_incdir>\\s*</configuration>"));
+            "<configuration>\\s*<name>Debug</name>\\s*<cflags>-g</cflags>\\s*<ge_incdir>a,c</ge_incdir>\\s*"
+            "</configuration>"));
         QVERIFY(text.contains(overrides));
         QCOMPARE(text.count(QLatin1String("<cflags>")), 3); // the node's, and each initial one's
 

@@ -317,7 +317,8 @@ private slots:
 
     void escapesWithoutADestinationAllocateOne()
     {
-        const std::unique_ptr<char[]> encoded(QAResString::encode(nullptr, "&")), decoded(QAResString::decode(nullptr, "&#41;"));
+        const std::unique_ptr<char[]> encoded(QAResString::encode(nullptr, "&"));
+        const std::unique_ptr<char[]> decoded(QAResString::decode(nullptr, "&#41;"));
         QVERIFY(qstrcmp(encoded.get(), "&#26;") == 0 && qstrcmp(decoded.get(), "A") == 0);
         QVERIFY(!QAResString::encode(nullptr, nullptr) && !QAResString::decode(nullptr, nullptr));
     }

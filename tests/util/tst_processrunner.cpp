@@ -147,12 +147,12 @@ private slots:
     {
         QTest::addColumn<QString>("script");
         QTest::addColumn<QStringList>("events");
-        QTest::newRow("two lines at once, one signal") << "syswrite STDOUT, \"x\\ny\\n\"" + pause
-                                                       << QStringList{"out:x\ny\n", "exited:0"};
-        QTest::newRow("a last line without line end arrives before the end") << "syswrite STDOUT, \"a\\nb\"" + pause
-                                                                             << QStringList{"out:a\n", "out:b\n", "exited:0"};
-        QTest::newRow("standard error on its own signal, and its tail too") << "syswrite STDERR, \"e1\\ne2\"" + pause
-                                                                            << QStringList{"err:e1\n", "err:e2\n", "exited:0"};
+        QTest::newRow("two lines at once, one signal")
+            << "syswrite STDOUT, \"x\\ny\\n\"" + pause << QStringList{"out:x\ny\n", "exited:0"};
+        QTest::newRow("a last line without line end arrives before the end")
+            << "syswrite STDOUT, \"a\\nb\"" + pause << QStringList{"out:a\n", "out:b\n", "exited:0"};
+        QTest::newRow("standard error on its own signal, and its tail too")
+            << "syswrite STDERR, \"e1\\ne2\"" + pause << QStringList{"err:e1\n", "err:e2\n", "exited:0"};
         QTest::newRow("only a partial line") << "syswrite STDOUT, \"tail\"" << QStringList{"out:tail\n", "exited:0"};
         QTest::newRow("CRLF line ends") << "syswrite STDOUT, \"x\\r\\ny\\r\\n\"" << QStringList{"out:x\ny\n", "exited:0"};
         QTest::newRow("exit 3") << "exit 3" << QStringList{"exited:3"};
