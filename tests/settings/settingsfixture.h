@@ -32,30 +32,22 @@ inline QList<QAProperty*> leaves(QAProperty* property)
     return all;
 }
 
-/// What the process writes to standard error from construction to finish().
-class StderrCapture
+/// What the process writes to standard error while \a run runs.
+template <typename Run>
+QByteArray standardErrorOf(Run run)
 {
-public:
-    StderrCapture() : file(std::tmpfile()), saved(dup(2))
-    {
-        fflush(stderr);
-        dup2(fileno(file), 2);
-    }
-    QByteArray finish()
-    {
-        fflush(stderr);
-        dup2(saved, 2);
-        ::close(saved);
-        std::rewind(file);
-        QByteArray text;
-        char buffer[256];
-        for (size_t n; (n = std::fread(buffer, 1, sizeof buffer, file)) > 0;)
-            text.append(buffer, qsizetype(n));
-        std::fclose(file);
-        return text;
-    }
-
-private:
-    FILE* file;
-    int saved;
-};
+    std::fflush(stderr);
+    FILE* file = std::tmpfile();
+    const int saved = dup(2);
+    dup2(fileno(file), 2);
+    run();
+    std::fflush(stderr);
+    dup2(saved, 2);
+    ::close(saved);
+    std::rewind(file);
+    QFile text;
+    const QByteArray written = text.open(file, QIODevice::ReadOnly) ? text.readAll() : QByteArray("unreadable");
+    text.close();
+    std::fclose(file);
+    return written;
+}

@@ -1,14 +1,11 @@
 #include "propertyleaves.h"
 #include "qapropertymapgroup.h"
-#include "qapropertymappathbox.h"
 #include "qapropertystore.h"
 #include "qapropertywidget.h"
 
 #include <QAbstractButton>
 #include <QCheckBox>
 #include <QComboBox>
-#include <QCoreApplication>
-#include <QDir>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
@@ -58,9 +55,10 @@ void edit(QAPropertyWidget* w)
 }
 
 // The editor of a leaf of \a kind, keyed "k", bound to \a store.
-QAPropertyWidget* editorOf(QAPropertyMapGroup& root, const QString& kind, QAPropertyStore* store)
+QAPropertyWidget* editorOf(QAPropertyMapGroup& root, const QString& kind, QAPropertyStore* store, bool readOnly = false)
 {
     QAProperty* leaf = makeMapLeaf(kind, "k");
+    leaf->setReadOnly(readOnly);
     root.addChild(leaf);
     root.setPropertyStore(store);
     return qobject_cast<QAPropertyWidget*>(leaf->createEditor(nullptr));
@@ -72,27 +70,24 @@ class tst_PropertyEditors : public QObject
 {
     Q_OBJECT
 private slots:
+    // What the editor shows, what a user's change stores and how a reset
+    // shows the inherited value again, for each kind of editor.
     void editWritesAnOverrideAndResetDropsIt_data()
     {
         QTest::addColumn<QString>("kind");
-        QTest::addColumn<QString>("editorClass");
         QTest::addColumn<QVariant>("inherited");
         QTest::addColumn<QVariant>("written");
         const QVariant rows(QStringList{"a", "b"});
         const QVariant swapped(QStringList{"b", "a"});
-        QTest::newRow("Int steps down") << "Int" << "QAPropertyIntWidget" << QVariant(20) << QVariant(15);
-        QTest::newRow("Bool toggles") << "Bool" << "QAPropertyBoolWidget" << QVariant(true) << QVariant(false);
-        QTest::newRow("YesNo toggles") << "YesNo" << "QAPropertyBoolWidget" << QVariant(false) << QVariant(true);
-        QTest::newRow("LineEdit folds blanks") << "LineEdit" << "QAPropertyLineEditWidget" << QVariant("old")
-                                               << QVariant("new text");
-        QTest::newRow("PathItem keeps blanks") << "PathItem" << "QAPropertyPathItemWidget" << QVariant("/old")
-                                               << QVariant("new   text");
-        QTest::newRow("ComboInt takes the next label") << "ComboInt" << "QAPropertyComboIntWidget" << QVariant(1)
-                                                       << QVariant(2);
-        QTest::newRow("ComboString takes the next label") << "ComboString" << "QAPropertyComboStringWidget"
-                                                          << QVariant("-g") << QVariant("-O2");
-        QTest::newRow("ListBox moves a row") << "ListBox" << "QAPropertyListBoxWidget" << rows << swapped;
-        QTest::newRow("PathBox moves a row") << "PathBox" << "QAPropertyPathBoxWidget" << rows << swapped;
+        QTest::newRow("an Int steps down") << "Int" << QVariant(20) << QVariant(15);
+        QTest::newRow("a Bool toggles") << "Bool" << QVariant(true) << QVariant(false);
+        QTest::newRow("a YesNo toggles") << "YesNo" << QVariant(false) << QVariant(true);
+        QTest::newRow("a LineEdit folds blanks") << "LineEdit" << QVariant("old") << QVariant("new text");
+        QTest::newRow("a PathItem keeps blanks") << "PathItem" << QVariant("/old") << QVariant("new   text");
+        QTest::newRow("a ComboInt takes the next label") << "ComboInt" << QVariant(1) << QVariant(2);
+        QTest::newRow("a ComboString takes the next label") << "ComboString" << QVariant("-g") << QVariant("-O2");
+        QTest::newRow("a ListBox moves a row") << "ListBox" << rows << swapped;
+        QTest::newRow("a PathBox moves a row") << "PathBox" << rows << swapped;
     }
     void editWritesAnOverrideAndResetDropsIt()
     {
@@ -104,9 +99,6 @@ private slots:
         base.setProperty("k", inherited);
         QAPropertyMapGroup root("root");
         std::unique_ptr<QAPropertyWidget> w(editorOf(root, kind, &store));
-        QVERIFY(w);
-        QFETCH(QString, editorClass);
-        QVERIFY(w->inherits(qPrintable(editorClass)));
         w->show();
         QVERIFY(QTest::qWaitForWindowExposed(w.get()));
         QCOMPARE(shown(w.get()), inherited);
@@ -116,11 +108,8 @@ private slots:
         edit(w.get());
         QCOMPARE(store.property("k"), written);
         QCOMPARE(shown(w.get()), written);
-        QVERIFY(w->editor()->font().bold() && w->resetButton()->isEnabled());
-        QVERIFY(!changed.isEmpty());
+        QVERIFY(w->editor()->font().bold() && w->resetButton()->isEnabled() && !changed.isEmpty());
         QCOMPARE(base.property("k"), inherited);
-        const QString screenshots = QCoreApplication::applicationDirPath() + "/screenshots";
-        QVERIFY(QDir().mkpath(screenshots) && w->grab().save(screenshots + "/" + kind.toLower() + ".png"));
 
         QTest::mouseClick(w->resetButton(), Qt::LeftButton);
         QVERIFY(!store.hasProperty("k"));
@@ -128,6 +117,8 @@ private slots:
         QVERIFY(!w->editor()->font().bold() && !w->resetButton()->isEnabled());
     }
 
+    // Confirming a text that nobody changed must not turn the inherited
+    // value into an override of the node.
     void leavingALineEditUntouchedWritesNothing()
     {
         QAPropertyStore base;
@@ -159,44 +150,23 @@ private slots:
         QVERIFY(!w->resetButton()->isEnabled());
     }
 
-    void pathBoxButtonSets_data()
+    // No way into a read-only editor: no key, no button, no reset.
+    void readOnlyEditorsChangeNothing_data() { editWritesAnOverrideAndResetDropsIt_data(); }
+    void readOnlyEditorsChangeNothing()
     {
-        QTest::addColumn<int>("buttons");
-        QTest::addColumn<QStringList>("names");
-        QTest::addColumn<bool>("multi");
-        QTest::newRow("NoButton") << 0 << QStringList() << false;
-        QTest::newRow("SingleWithoutMoves") << 2 << QStringList{"add", "remove"} << false;
-        QTest::newRow("Multi") << 3 << QStringList{"add", "remove"} << true;
-        QTest::newRow("Single") << 6 << QStringList{"add", "remove", "up", "down"} << false;
-        QTest::newRow("MultiWithMoves") << 7 << QStringList{"add", "remove", "up", "down"} << true;
-    }
-    void pathBoxButtonSets()
-    {
-        QFETCH(int, buttons);
-        QAPropertyMapPathBox paths("p");
-        paths.setButtons(buttons);
-        std::unique_ptr<QWidget> widget(paths.createEditor(nullptr));
-        QStringList found;
-        for (const QPushButton* button : widget->findChildren<QPushButton*>())
-            found << button->objectName();
-        QTEST(found, "names");
-        auto* list = qobject_cast<QListWidget*>(static_cast<QAPropertyWidget*>(widget.get())->editor());
-        QTEST(list->selectionMode() == QAbstractItemView::ExtendedSelection, "multi");
-    }
-
-    void readOnlyEditorIsDisabled()
-    {
+        QFETCH(QString, kind);
+        QFETCH(QVariant, inherited);
         QAPropertyStore base;
         ChainedStore store(&base);
-        store.setProperty("k", 5); // an override that could otherwise be reset
+        store.setProperty("k", inherited); // an override that could otherwise be reset
         QAPropertyMapGroup root("root");
-        QAProperty* leaf = makeMapLeaf("Int", "k");
-        leaf->setReadOnly(true);
-        root.addChild(leaf);
-        root.setPropertyStore(&store);
-        std::unique_ptr<QWidget> widget(leaf->createEditor(nullptr));
-        auto* w = static_cast<QAPropertyWidget*>(widget.get());
-        QVERIFY(!w->editor()->isEnabled() && !w->resetButton()->isEnabled());
+        std::unique_ptr<QAPropertyWidget> w(editorOf(root, kind, &store, true));
+        w->show();
+        QVERIFY(QTest::qWaitForWindowExposed(w.get()));
+        edit(w.get());
+        QCOMPARE(store.property("k"), inherited);
+        for (const QAbstractButton* button : w->findChildren<QAbstractButton*>())
+            QVERIFY2(!button->isEnabled(), qPrintable(button->objectName()));
     }
 };
 

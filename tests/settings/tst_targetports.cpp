@@ -94,18 +94,18 @@ private slots:
         // Beside the ports: "." is listed too, and kept so.
         writeFile(root.filePath("beside.ini"), "NAME = \"beside\"\n");
 
-        StderrCapture capture;
-        const QAStTargetPackageList list({root.path()});
-        QCOMPARE(capture.finish(), QByteArray());
+        std::unique_ptr<QAStTargetPackageList> scanned;
+        QCOMPARE(standardErrorOf([&] { scanned = std::make_unique<QAStTargetPackageList>(QStringList {root.path()}); }),
+                 QByteArray());
+        const QAStTargetPackageList& list = *scanned;
         QCOMPARE(directoriesOf(list), QStringList({"./beside.ini", "badbyte/tp.ini", "good/tp.ini"}));
         QCOMPARE(list.targetPackage("good")->objectExt, QStringLiteral(".o"));
         QCOMPARE(list.targetPackage("good")->fullPath, QDir::toNativeSeparators(root.filePath("good")));
         QCOMPARE(list.targetPackage("badbyte")->name, QStringLiteral("badbyte"));
         QVERIFY(host.messages.isEmpty());
 
-        StderrCapture after;
-        QARes::error("f", 1, 1, QStringLiteral("m"));
-        QCOMPARE(after.finish(), QByteArray("f:1:1:m\n")); // the quiet handler is gone
+        // The quiet handler is gone.
+        QCOMPARE(standardErrorOf([] { QARes::error("f", 1, 1, QStringLiteral("m")); }), QByteArray("f:1:1:m\n"));
     }
 
     void fields_data()
@@ -156,8 +156,12 @@ private slots:
         QTemporaryDir root;
         writeFile(root.filePath("p/c.ini"), "NAME = \"p c\"\nLANGUAGE = \"C\"\nZTCMODE = \"0\"\n");
         writeFile(root.filePath("p/cpp.ini"), "NAME = \"p c++\"\nLANGUAGE = \"CPP\"\n");
-        setPortDirectories({root.path()});
+        // A directory that is missing is reported, and the scan goes on.
+        const QString missing = root.filePath("missing");
+        setPortDirectories({missing, root.path()});
         QVERIFY(QAStTargetPackageList::initialize(&host));
+        QCOMPARE(host.consoleText(QAStData::MessageConsole).trimmed(),
+                 QStringLiteral("The Target Package %1 directory doesn't exist or it is not readable").arg(missing));
         const QAStTargetPackageList* installed = QAStTargetPackageList::installTargetPackages();
         QCOMPARE(installed->size(), 2);
         QCOMPARE(installed->targetPackage("p")->name, QStringLiteral("p c"));
@@ -173,28 +177,6 @@ private slots:
         QVERIFY(!QAStTargetPackage().read(root.filePath("missing")));
     }
 
-    void reportsOfTheScan()
-    {
-        QTemporaryDir root;
-        writeFile(root.filePath("good/tp.ini"), "NAME = \"good\"\n");
-        const QString missing = root.filePath("missing");
-        setPortDirectories({missing, root.path()});
-        QVERIFY(QAStTargetPackageList::initialize(&host));
-        QCOMPARE(host.consoleText(QAStData::MessageConsole).trimmed(),
-                 QStringLiteral("The Target Package %1 directory doesn't exist or it is not readable").arg(missing));
-        QCOMPARE(QAStTargetPackageList::installTargetPackages()->size(), 1);
-
-        host.messages.clear();
-        // An empty directory still lists "." and "..": the parent must hold no port either.
-        const QString empty = root.filePath("plain/empty");
-        QVERIFY(QDir().mkpath(empty));
-        setPortDirectories({empty});
-        QVERIFY(!QAStTargetPackageList::initialize(&host));
-        QVERIFY(QAStTargetPackageList::installTargetPackages()->isEmpty());
-        QCOMPARE(host.consoleText(QAStData::MessageConsole).trimmed(),
-                 QStringLiteral("Error when initializing Target Package List, see the reason above"));
-    }
-
     void searchFindsTheDirectoryOfAName()
     {
         QTemporaryDir first, second;
@@ -204,36 +186,28 @@ private slots:
         QCOMPARE(QAStTargetPackageList::search("other"), RecordingHost::stageDir() + QStringLiteral("/targets"));
     }
 
+    // The dialog opens with no port selected, shows the one the user picks,
+    // remembers whether its details are open, and reloads the list.
     void dialogOfTheShippedPorts()
     {
         QSettings().remove(QStringLiteral("/QATDPDialog"));
         QVERIFY(QAStTargetPackageList::initialize(&host)); // no preference: the installation's directory
-        QVERIFY(host.messages.isEmpty());
         QASTTDPManager manager;
         manager.show();
         QVERIFY(QTest::qWaitForWindowExposed(&manager));
         QCOMPARE(manager.portList()->count(), 2);
-        QVERIFY(!manager.isDetailsOpen());
-        QCOMPARE(manager.detailsView()->toPlainText(),
-                 QStringLiteral("Select a Target Deplyment Port first to show the details"));
-
+        QCOMPARE(manager.portList()->currentRow(), -1);
         manager.portList()->setCurrentRow(1);
-        const QStringList lines = manager.detailsView()->toPlainText().trimmed().split(QLatin1Char('\n'));
-        QCOMPARE(lines.size(), 20);
-        QCOMPARE(lines.first(), QStringLiteral("Name : GNU C++ native (x86_64 Linux)"));
-        QCOMPARE(lines.at(1), QStringLiteral("Path : gnu_cpp_native"));
-        QCOMPARE(lines.last(), QStringLiteral("Runtime Analysis mode : 0xe1e00"));
-        QVERIFY(manager.detailsView()->toHtml().contains(QStringLiteral("font-weight")));
+        QVERIFY(manager.detailsView()->toPlainText().startsWith(QStringLiteral("Name : GNU C++ native (x86_64 Linux)\n")));
 
+        QVERIFY(!manager.isDetailsOpen());
         const auto click = [&](const QString& text) {
             for (QPushButton* button : manager.findChildren<QPushButton*>())
                 if (button->text() == text)
                     QTest::mouseClick(button, Qt::LeftButton);
         };
         click("&Details");
-        QVERIFY(manager.isDetailsOpen());
-        manager.grab().save(QStringLiteral("tdpmanager.png"));
-        QVERIFY(QASTTDPManager().isDetailsOpen()); // remembered in the application settings
+        QVERIFY(manager.isDetailsOpen() && QASTTDPManager().isDetailsOpen());
 
         QTemporaryDir extra;
         writeFile(extra.filePath("third/tp.ini"), "NAME = \"third\"\n");

@@ -1,7 +1,12 @@
 #include "qafileutil.h"
 #include "qainstall.h"
+#include "qapixmapcenter.h"
+#include "qastdata.h"
+#include "qauserlibrary.h"
+#include "recordinghost.h"
 
 #include <QFile>
+#include <QImage>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -9,6 +14,7 @@
 
 static void touch(const QString& path, const QByteArray& bytes = QByteArray())
 {
+    QDir().mkpath(QFileInfo(path).path());
     QFile file(path);
     QVERIFY(file.open(QIODevice::WriteOnly));
     file.write(bytes);
@@ -95,21 +101,53 @@ private slots:
                  QStringList({dir.filePath("a.c"), dir.filePath("b.c")}));
     }
 
-    void copyFileKeepsPermissionBits()
+    void pixmapsAreFoundInOrderAndRemembered()
     {
-        QTemporaryDir dir;
-        const QByteArray script = "#!/bin/sh\necho hi\n";
-        touch(dir.filePath("tool.sh"), script);
-        QVERIFY(::chmod(QFile::encodeName(dir.filePath("tool.sh")).constData(), 0750) == 0);
-        QVERIFY(QAFileUtil::copyFile(dir.filePath("tool.sh"), dir.filePath("copy.sh")));
+        QTemporaryDir first, second;
+        QVERIFY(QImage(4, 4, QImage::Format_RGB32).save(second.filePath("make.png")));
+        touch(first.filePath("clean.png"));
+        touch(second.filePath("clean.png"));
+        QAPixmapCenter::clear();
+        for (const QString& directory : {first.path(), second.path(), first.filePath("missing")})
+            QAPixmapCenter::insertDirectory(directory);
+        QCOMPARE(QAPixmapCenter::getPathByFileName("clean.png"), first.filePath("clean.png"));
+        QCOMPARE(QAPixmapCenter::getPathByFileName("make.png"), second.filePath("make.png"));
+        QVERIFY(QAPixmapCenter::getPathByFileName("none.png").isEmpty());
+        QCOMPARE(QAPixmapCenter::getPixmapByFilePath("make.png").size(), QSize(4, 4));
+        // A hit is remembered even when the file goes away.
+        QFile::remove(second.filePath("make.png"));
+        QCOMPARE(QAPixmapCenter::getPathByFileName("make.png"), second.filePath("make.png"));
+        QAPixmapCenter::clear();
+    }
+
+    void examplesAreCopiedOnlyWhenMissing()
+    {
+        QTemporaryDir install, home;
+        const QString example = install.filePath("targets/cgnu/xml/a/project.vmp");
+        touch(example, "<project/>");
+        QVERIFY(::chmod(QFile::encodeName(example).constData(), 0750) == 0);
+        touch(install.filePath("targets/cppgnu/xml/b.txt"), "b");
+        touch(install.filePath("targets/noexamples/port.ini"));
+        qputenv("VELMONTDIR", install.path().toLocal8Bit());
+        qputenv("HOME", home.path().toLocal8Bit());
+        const QString examples = home.filePath(".Velmont/8.2.0.1/examples");
+        touch(examples + "/cppgnu/xml/kept.txt", "mine");
+
+        RecordingHost host;
+        QAILogMonitor* log = host.console(QAStData::MessageConsole);
+        QCOMPARE(QAUserLibrary::checkAndInstall(QString(), log), 1);
+        QFile copy(examples + "/cgnu/xml/a/project.vmp");
+        QVERIFY(copy.open(QIODevice::ReadOnly) && copy.readAll() == "<project/>");
         struct stat status;
-        QVERIFY(::stat(QFile::encodeName(dir.filePath("copy.sh")).constData(), &status) == 0);
-        QCOMPARE(int(status.st_mode & 07777), 0750);
-        QFile copy(dir.filePath("copy.sh"));
-        QVERIFY(copy.open(QIODevice::ReadOnly) && copy.readAll() == script);
-        QVERIFY(!QAFileUtil::copyFile(dir.filePath("missing"), dir.filePath("x")));
+        QVERIFY(::stat(QFile::encodeName(copy.fileName()).constData(), &status) == 0);
+        QCOMPARE(int(status.st_mode & 07777), 0750); // the copy keeps the permission bits
+        QVERIFY(!QFile::exists(examples + "/cppgnu/xml/b.txt") && !QFile::exists(examples + "/noexamples"));
+        QCOMPARE(host.messages.size(), 1); // the one file copied
+        QCOMPARE(log->errorCount(), 0);
+        QCOMPARE(QAUserLibrary::checkAndInstall(QString(), log), 0);
+        qunsetenv("VELMONTDIR");
     }
 };
 
-QTEST_GUILESS_MAIN(tst_InstallLayout)
+QTEST_MAIN(tst_InstallLayout)
 #include "tst_installlayout.moc"
