@@ -64,7 +64,19 @@ public:
     {
         return new StandIn(feature, name, parent, after, nullptr);
     }
-    void release() override { ++released; }
+    QRESULT queryInterface(const QUuid&, QUnknownInterface** iface) override
+    {
+        *iface = nullptr;
+        return QE_NOINTERFACE;
+    }
+    ulong addRef() override { return 1; }
+    ulong release() override { return ulong(++released); }
+    QStringList featureList() const override { return {}; }
+    void initialize() override {}
+    QPixmap pixmap(const QString&) const override { return {}; }
+    QAStData* nodeTest(const QString&, const QDomElement&, int, QAStData*, QAStData*) override { return nullptr; }
+    bool toAddChild(const QString&, QAStData*, QAStData*) override { return true; }
+    bool toAddNext(const QString&, QAStData*, QAStData*) override { return true; }
     int released = 0;
 };
 
