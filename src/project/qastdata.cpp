@@ -18,6 +18,7 @@
 #include "qastperlgen.h"
 #include "qastproject.h"
 #include "qastprojectpref.h"
+#include "qastunknownelement.h"
 #include "qatrace.h"
 #include "qaxml.h"
 #include "studiointerface.h"
@@ -1289,7 +1290,9 @@ QAStData* QAStData::buildChild(const QDomElement& element, int version, const QS
         valid = false;
         _lastErrorString += tr("No plugin found for feature \"%1\"\n").arg(tag);
         displayMessage(MessageConsole, tr("Tag ignored in the group: %1").arg(tag));
-        return nullptr;
+        // Kept in its place, so that a save gives back what a machine with
+        // the missing plug-in needs.
+        return new QAStUnknownElement(element, this, after);
     }
     for (const QString& className : classNames) {
         if (built->inherits(className.toLatin1().constData()))

@@ -447,8 +447,8 @@ private slots:
     }
 
     // A missing element stops the reading of the project's own elements, but,
-    // as a misplaced one does, not its validity. A child that cannot stand is dropped, its siblings
-    // kept, and the messages come in the order of the file. Whatever was read
+    // as a misplaced one does, not its validity. A misplaced child is dropped, one that nothing
+    // knows is kept in its place; the messages come in the order of the file. Whatever was read
     // is written again and read back alike.
     void incompleteFilesLoadWithoutHarm_data()
     {
@@ -480,14 +480,14 @@ private slots:
                                   "<version_file>1</version_file></project>")
                 .arg(data.arg("p"), children, data.arg("kept"));
         };
-        QTest::newRow("an element nobody knows") << project("<x/>") << QStringList{"kept"} << 1
+        QTest::newRow("an element nobody knows") << project("<x/>") << QStringList{"x", "kept"} << 1
                                                  << "No plugin found for feature \"x\"\n" << "x" << false;
         QTest::newRow("a known element in the wrong place") << project("<file/>") << QStringList{"kept"} << 1
                                                             << "file bad place\n" << "file" << false;
         QTest::newRow("a child's subtree speaks before its next sibling")
             << project("<group><node><data><name>g</name><sorted/><executionResult/></data></node>"
                        "<group_child><x/></group_child></group><y/>")
-            << QStringList{"g", "kept"} << 1 << "No plugin found for feature \"x\"\nNo plugin found for feature \"y\"\n"
+            << QStringList{"g", "y", "kept"} << 1 << "No plugin found for feature \"x\"\nNo plugin found for feature \"y\"\n"
             << "x,y" << false;
         QTest::newRow("a node where the group should be")
             << "<project><node><data><name>x</name></data></node><object_file/>"
