@@ -1487,6 +1487,7 @@ bool QAStData::createEnvironmentFile(QTextStream& stream)
 void QAStData::generateEnv(QTextStream& stream)
 {
     QAStPerlGen::generateEnv(stream, this);
+    QAStPerlGen::generateBlockEnv(stream, this);
 }
 
 void QAStData::executePerlScript(const QString& script, const QString& workingDir,

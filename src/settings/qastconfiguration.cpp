@@ -1,5 +1,6 @@
 #include "qastconfiguration.h"
 
+#include "configurationblockinterface.h"
 #include "qafileutil.h"
 #include "qailogmonitor.h"
 #include "qaproperty.h"
@@ -8,8 +9,10 @@
 #include "qares.h"
 #include "qaresgroup.h"
 #include "qaresstring.h"
+#include "qainterfaceids.h"
 #include "qastdata.h"
 #include "qastnode.h"
+#include "qastnodeplugincenter.h"
 #include "qastsettingsloader.h"
 #include "qasttargetpackage.h"
 #include "qasttargetpackagelist.h"
@@ -19,6 +22,7 @@
 
 #include <QDir>
 #include <QDomElement>
+#include <QSet>
 #include <QSysInfo>
 #include <QTextStream>
 
@@ -29,6 +33,64 @@ StudioInterface* QAStConfiguration::_studio = nullptr;
 namespace {
 
 const QString nameKey = QStringLiteral("name");
+const QString extensionListTag = QStringLiteral("extension_block_list");
+
+struct PluginGroup {
+    QString feature;
+    QAPropertyMapGroup* group;
+};
+
+// The groups that plug-ins added to the descriptor made last, in the order of
+// their features.
+QList<PluginGroup>& pluginGroups()
+{
+    static QList<PluginGroup> groups;
+    return groups;
+}
+
+// Calls \a call with each plug-in's block of settings, in the order of the
+// feature list.
+template <typename Call>
+void forEachBlock(Call call)
+{
+    QAStNodePluginCenter* center = QAStNodePluginCenter::nodePluginCenter();
+    for (const QString& feature : center->featureList(IID_ConfigurationBlock)) {
+        QUnknownInterface* face = nullptr;
+        center->queryComponentInterface(feature, IID_ConfigurationBlock, &face);
+        if (!face)
+            continue;
+        call(feature, static_cast<ConfigurationBlockInterface*>(face));
+        face->release();
+    }
+}
+
+// While it lives, the plug-ins' groups stand outside the descriptor, so that
+// the library's own settings are read and written without theirs.
+class PluginGroupsAside
+{
+public:
+    explicit PluginGroupsAside(QAPropertyGroup* descriptor) : descriptor(descriptor)
+    {
+        for (const PluginGroup& each : pluginGroups()) {
+            if (each.group->parent() == descriptor) {
+                descriptor->removeChild(each.group);
+                aside << each.group;
+            }
+        }
+    }
+    // Plug-ins' groups are the last children, so appending puts them back
+    // in their places.
+    ~PluginGroupsAside()
+    {
+        for (QAPropertyGroup* group : std::as_const(aside))
+            descriptor->addChild(group);
+    }
+    Q_DISABLE_COPY(PluginGroupsAside)
+
+private:
+    QAPropertyGroup* descriptor;
+    QList<QAPropertyGroup*> aside;
+};
 
 // Defaults that depend on the machine, the host or the configuration's name.
 enum Computed { None, HostName, Loopback, CsvSeparator, CsvDecimal, CsvThousand, FileName };
@@ -404,6 +466,7 @@ void QAStConfiguration::init()
     }
     if (QAPropertyMapGroup* descriptor = boundDescriptor())
         _initWithInitialPropertyValues(descriptor);
+    forEachBlock([this](const QString& feature, ConfigurationBlockInterface* block) { block->init(feature, this); });
 }
 
 void QAStConfiguration::_initWithInitialPropertyValues(QAProperty* property)
@@ -445,6 +508,7 @@ void QAStConfiguration::init(const QAStTargetPackage& port)
         setProperty(QString::fromLatin1(key), value);
     if (QAPropertyMapGroup* descriptor = boundDescriptor())
         _initWithInitialValues(descriptor, port);
+    forEachBlock([&](const QString& feature, ConfigurationBlockInterface* block) { block->init(feature, this, port); });
 }
 
 void QAStConfiguration::_initWithInitialValues(QAProperty* property, const QAStTargetPackage& port)
@@ -466,6 +530,7 @@ void QAStConfiguration::reset(const QAStTargetPackage& port)
         unsetProperty(QString::fromLatin1(entry.first));
     if (QAPropertyMapGroup* descriptor = boundDescriptor())
         _resetWithInitialValues(descriptor, port);
+    forEachBlock([&](const QString& feature, ConfigurationBlockInterface* block) { block->reset(feature, this, port); });
 }
 
 void QAStConfiguration::_resetWithInitialValues(QAProperty* property, const QAStTargetPackage& port)
@@ -492,13 +557,40 @@ QString QAStConfiguration::nameOf(const QDomElement& element)
 
 void QAStConfiguration::init(const QDomElement& element, int version)
 {
-    Q_UNUSED(version);
     const QDomElement data = element.firstChildElement(QStringLiteral("data"));
     if (!(data.isNull() ? element : data).firstChildElement(nameKey).isNull())
         setName(nameOf(element));
-    if (QAPropertyMapGroup* descriptor = boundDescriptor())
+    if (QAPropertyMapGroup* descriptor = boundDescriptor()) {
+        const PluginGroupsAside aside(descriptor);
         QAPropertySerializer::read(this, descriptor, element);
+    }
     applyPortFlags();
+    readExtensionBlocks(element.firstChildElement(extensionListTag), version);
+}
+
+// A block goes to the plug-in that serves its feature; one that no installed
+// plug-in serves is kept as it was read, so that a save here does not lose
+// what a machine with the plug-in reads.
+void QAStConfiguration::readExtensionBlocks(const QDomElement& list, int version)
+{
+    _extensionBlocks.clear();
+    if (list.isNull())
+        return;
+    QAStNodePluginCenter* center = QAStNodePluginCenter::nodePluginCenter();
+    const QStringList features = center->featureList(IID_ConfigurationBlock);
+    for (QDomElement block = list.firstChildElement(); !block.isNull(); block = block.nextSiblingElement()) {
+        const QString feature = block.tagName();
+        QUnknownInterface* face = nullptr;
+        if (features.contains(feature))
+            center->queryComponentInterface(feature, IID_ConfigurationBlock, &face);
+        if (!face) {
+            _extensionBlocks.append({feature, QAStUnknownElement::Text(block)});
+            continue;
+        }
+        static_cast<ConfigurationBlockInterface*>(face)->init(feature, this, block, version);
+        face->release();
+        _extensionBlocks.append({feature, QAStUnknownElement::Text()});
+    }
 }
 
 // The project file says which port a configuration was made for, but what
@@ -534,6 +626,7 @@ void QAStConfiguration::init(QARes* resources)
 void QAStConfiguration::init(const QAStConfiguration& other)
 {
     QAPropertyStore::operator=(other);
+    _extensionBlocks = other._extensionBlocks;
 }
 
 QAStConfiguration& QAStConfiguration::operator=(const QAStConfiguration& other)
@@ -547,10 +640,51 @@ void QAStConfiguration::write(QTextStream& stream, int indent)
     QAStData::indentXML(stream, indent);
     stream << "<configuration>\n";
     QAStData::toStream(stream, "name", QAXML::fromString(name()), indent + 1);
-    if (QAPropertyMapGroup* descriptor = boundDescriptor())
+    if (QAPropertyMapGroup* descriptor = boundDescriptor()) {
+        const PluginGroupsAside aside(descriptor);
         QAPropertySerializer::write(this, descriptor, stream, indent + 1);
+    }
+    writeExtensionBlocks(stream, indent + 1);
     QAStData::indentXML(stream, indent);
     stream << "</configuration>\n";
+}
+
+// The settings of a plug-in's block are written in an element named after
+// its feature, inside `extension_block_list`, and only there; the plug-in
+// reads them back from that element when the configuration is read. Blocks
+// stand in the order they were read, those read nowhere yet in the order of
+// the features; a block without values of this configuration is left out,
+// and so is the list when it would be empty.
+void QAStConfiguration::writeExtensionBlocks(QTextStream& stream, int indent)
+{
+    QString text;
+    QTextStream blocks(&text);
+    QSet<QString> written;
+    const auto writeBlock = [&](const QString& feature) {
+        if (written.contains(feature))
+            return;
+        written.insert(feature);
+        for (const PluginGroup& each : pluginGroups()) {
+            if (each.feature == feature && _descriptor && each.group->parent() == _descriptor
+                && each.group->isOverriden())
+                QAPropertySerializer::write(this, each.group, feature, blocks, indent + 1);
+        }
+    };
+    for (const ExtensionBlock& block : std::as_const(_extensionBlocks)) {
+        if (block.kept.isNull())
+            writeBlock(block.feature);
+        else
+            block.kept.write(blocks, indent + 1);
+    }
+    for (const PluginGroup& each : pluginGroups())
+        writeBlock(each.feature);
+    blocks.flush();
+    if (text.isEmpty())
+        return;
+    QAStData::indentXML(stream, indent);
+    stream << "<extension_block_list>\n" << text;
+    QAStData::indentXML(stream, indent);
+    stream << "</extension_block_list>\n";
 }
 
 // ---------------------------------------------------------------------------
@@ -612,7 +746,31 @@ QAPropertyMapGroup* QAStConfiguration::createPropertyDescriptor()
         delete descriptor;
         return nullptr;
     }
+    if (!descriptor)
+        return nullptr;
+    // Each plug-in's block joins the tree as a group below the root, so that
+    // its settings are stored, inherited and shown like the library's own.
+    pluginGroups().clear();
+    forEachBlock([&](const QString& feature, ConfigurationBlockInterface* block) {
+        QAPropertyGroup* offered = block->propertyDescriptor(feature);
+        auto* group = dynamic_cast<QAPropertyMapGroup*>(offered);
+        if (!group) {
+            if (offered)
+                warning("QAStConfiguration: the settings of %s are not bound to a store", qPrintable(feature));
+            return;
+        }
+        descriptor->addChild(group);
+        pluginGroups().append({feature, group});
+    });
     return descriptor;
+}
+
+void QAStConfiguration::releasePluginGroups(QAPropertyGroup* descriptor)
+{
+    for (const PluginGroup& each : pluginGroups()) {
+        if (descriptor && each.group->parent() == descriptor)
+            descriptor->removeChild(each.group);
+    }
 }
 
 bool QAStConfiguration::initialize(StudioInterface* studio, QARes* resources)
@@ -635,6 +793,8 @@ void QAStConfiguration::terminate(StudioInterface* studio, QARes* resources)
     Q_UNUSED(resources);
     delete _perlVariables;
     _perlVariables = nullptr;
+    releasePluginGroups(_descriptor);
+    pluginGroups().clear();
     delete _descriptor;
     _descriptor = nullptr;
     _studio = nullptr;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "qapropertystore.h"
+#include "qastunknownelement.h"
 
 #include <QList>
 #include <QMap>
@@ -72,14 +73,20 @@ public:
     void init(const QAStConfiguration& other);
     QAStConfiguration& operator=(const QAStConfiguration& other);
     /// Writes the `configuration` element: the name and the own values that
-    /// the descriptor knows, in its order.
+    /// the descriptor knows, in its order, then the blocks of settings that
+    /// plug-ins add, each in an element of its feature's name inside
+    /// `extension_block_list`.
     void write(QTextStream& stream, int indent);
 
     static bool initialize(StudioInterface* studio, QARes* resources = nullptr);
     static void terminate(StudioInterface* studio = nullptr, QARes* resources = nullptr);
     /// A new description tree of all settings, owned by the caller; null when
     /// the definition file has errors (they are on the host's message log).
+    /// The groups that plug-ins add below its root stay theirs: the caller
+    /// gives them back with releasePluginGroups() before deleting the tree.
     static QAPropertyMapGroup* createPropertyDescriptor();
+    /// Takes the plug-ins' groups out of \a descriptor, without deleting them.
+    static void releasePluginGroups(QAPropertyGroup* descriptor);
     /// The process's description tree, or null before initialize().
     static QAPropertyMapGroup* propertyDescriptor() { return _descriptor; }
     /// The contexts a setting may be restricted to, by name, and their bits.
@@ -96,8 +103,19 @@ private:
     void _initWithInitialValues(QAProperty* property, const QAStTargetPackage& port);
     void _resetWithInitialValues(QAProperty* property, const QAStTargetPackage& port);
     void applyPortFlags();
+    void readExtensionBlocks(const QDomElement& list, int version);
+    void writeExtensionBlocks(QTextStream& stream, int indent);
+
+    /// An element of `extension_block_list` as it was read, in file order:
+    /// the feature of a block that a plug-in read, or the text of one that
+    /// no installed plug-in serves, which is written back as it came.
+    struct ExtensionBlock {
+        QString feature;
+        QAStUnknownElement::Text kept;
+    };
 
     QAStNode* _node;
+    QList<ExtensionBlock> _extensionBlocks;
 
     static QAPropertyMapGroup* _descriptor;
     static QList<QAProperty*>* _perlVariables;

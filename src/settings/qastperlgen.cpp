@@ -3,8 +3,11 @@
 #include "qafileutil.h"
 #include "qaprocess.h"
 #include "qaproperty.h"
+#include "environmentblockinterface.h"
+#include "qainterfaceids.h"
 #include "qastconfiguration.h"
 #include "qastnode.h"
+#include "qastnodeplugincenter.h"
 #include "qastprjmacroanalyse.h"
 #include "qastprojectpref.h"
 #include "qastproject.h"
@@ -724,5 +727,21 @@ void QAStPerlGen::generatePerlVariables(QTextStream& out, const QList<QAProperty
         default:
             break;
         }
+    }
+}
+
+// A block of settings that a plug-in adds has its variables written with the
+// others; the lines it computes itself come here, before those of the
+// node's own kind, so that a node can still override what a block says.
+void QAStPerlGen::generateBlockEnv(QTextStream& out, QAStData* data)
+{
+    QAStNodePluginCenter* center = QAStNodePluginCenter::nodePluginCenter();
+    for (const QString& feature : center->featureList(IID_ConfigurationBlock)) {
+        QUnknownInterface* face = nullptr;
+        center->queryComponentInterface(feature, IID_EnvironmentBlock, &face);
+        if (!face)
+            continue;
+        static_cast<EnvironmentBlockInterface*>(face)->generateEnv(feature, data, out);
+        face->release();
     }
 }

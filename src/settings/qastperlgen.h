@@ -28,6 +28,9 @@ public:
     /// Writes the variables that the definition file binds to settings; the
     /// leaves of \a list must be bound to the configuration to write.
     static void generatePerlVariables(QTextStream& out, const QList<QAProperty*>* list, QAStNode* node);
+    /// Writes the lines of each plug-in's block of settings for \a data, in
+    /// the order of the blocks.
+    static void generateBlockEnv(QTextStream& out, QAStData* data);
 
     /// \a text, with the project macros expanded for \a node when there is
     /// one, as it may stand between single quotes.
