@@ -4,8 +4,10 @@
 #include "qacomponentplugin.h"
 #include "qainstall.h"
 #include "qainterfaceids.h"
+#include "qaplugininformationinterface.h"
 #include "qastdata.h"
-#include "qatrace.h"
+#include "qastnodeplugincenter_p.h"
+#include "qlibraryinterface.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -31,6 +33,10 @@ const Served served[] = {
     {IID_EnvironmentBlock, "conf:"},
 };
 
+// A directory full of broken files must not bury the console: past this
+// many, the refusals are counted in one line, and plugins() still has each.
+const int MessagesShown = 20;
+
 const Served* servedFor(const QUuid& interface)
 {
     for (const Served& each : served) {
@@ -40,20 +46,44 @@ const Served* servedFor(const QUuid& interface)
     return nullptr;
 }
 
+QString tr(const char* text)
+{
+    return QCoreApplication::translate("QAStNodePluginCenter", text);
+}
+
+// The loader's reason, which names the file again and again, without it:
+// the message names it once.
+QString reason(const QPluginLoader& loader, const QString& path)
+{
+    return loader.errorString()
+        .replace(QLatin1Char('\'') + path + QLatin1Char('\''), tr("the file"))
+        .replace(path, tr("the file"));
+}
+
 struct Registry {
     QList<QAStNodePluginCenter::Plugin> plugins;
     /// The component of each plug-in taken, with the registry's reference.
     QList<QUnknownInterface*> components;
     /// A prefixed feature to the component that serves it, the first found.
     QHash<QString, QUnknownInterface*> byFeature;
+    /// The file, or the name, of the plug-in that serves each prefixed feature.
+    QHash<QString, QString> servedBy;
     /// The features of each served identity, without prefix, in the order found.
     QHash<QUuid, QStringList> lists;
 };
 
+// Never destroyed: what it holds lives as long as the process, as the
+// plug-ins' libraries do.
 Registry& registry()
 {
-    static Registry instance;
-    return instance;
+    static auto* instance = new Registry;
+    return *instance;
+}
+
+QAStNodePluginCenter*& singleton()
+{
+    static QAStNodePluginCenter* center = nullptr;
+    return center;
 }
 
 QStringList& addedDirectories()
@@ -62,20 +92,17 @@ QStringList& addedDirectories()
     return directories;
 }
 
+// The installation's plugins directory and each of its sub-directories, one
+// level down, then those the host added.
 QStringList searchedDirectories()
 {
-    QStringList directories;
     const QString install = QAStData::installDir();
-    if (!install.isEmpty()) {
-        const QString top = install + QStringLiteral("/plugins");
-        directories << top;
-        for (const QString& name : QDir(top).entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name))
-            directories << top + QLatin1Char('/') + name;
-    } else {
-        directories << QAInstall::pluginsDirList(QCoreApplication::applicationFilePath());
-    }
-    directories << addedDirectories();
-    return directories;
+    const QString top = install.isEmpty() ? QAInstall::pluginsDir(QCoreApplication::applicationFilePath())
+                                          : install + QStringLiteral("/plugins");
+    QStringList directories(top);
+    for (const QString& name : QDir(top).entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name))
+        directories << top + QLatin1Char('/') + name;
+    return directories + addedDirectories();
 }
 
 bool offers(QUnknownInterface* component, const QUuid& interface)
@@ -87,17 +114,39 @@ bool offers(QUnknownInterface* component, const QUuid& interface)
     return true;
 }
 
+QString nameOf(QUnknownInterface* component, QObject* instance)
+{
+    QUnknownInterface* face = nullptr;
+    QString name;
+    if (component->queryInterface(IID_QAPluginInformation, &face) == QS_OK && face) {
+        name = static_cast<QAPluginInformationInterface*>(face)->pluginName();
+        face->release();
+    }
+    return name.isEmpty() ? QString::fromLatin1(instance->metaObject()->className()) : name;
+}
+
+// Its library's start; a plug-in without the library interface needs none.
+bool startLibrary(QUnknownInterface* component)
+{
+    QUnknownInterface* face = nullptr;
+    if (component->queryInterface(IID_QLibrary, &face) != QS_OK || !face)
+        return true;
+    const bool started = static_cast<QLibraryInterface*>(face)->init();
+    face->release();
+    return started;
+}
+
 // Files and directories reached twice, through a link or a repeated entry,
 // are looked at once.
 class Search
 {
 public:
-    void takeInstance(QObject* instance, const QString& file, QAStNodePluginCenter::Plugin& plugin);
+    void takeInstance(QObject* instance, QAStNodePluginCenter::Plugin& plugin);
     void takeFile(const QString& path);
     QSet<QString> seen;
 };
 
-void Search::takeInstance(QObject* instance, const QString& file, QAStNodePluginCenter::Plugin& plugin)
+void Search::takeInstance(QObject* instance, QAStNodePluginCenter::Plugin& plugin)
 {
     auto* root = qobject_cast<QAComponentPlugin*>(instance);
     QUnknownInterface* component = root ? root->component() : nullptr;
@@ -105,29 +154,34 @@ void Search::takeInstance(QObject* instance, const QString& file, QAStNodePlugin
     if (!component || component->queryInterface(IID_QFeatureList, &face) != QS_OK || !face) {
         if (component)
             component->release();
-        plugin.problem = QCoreApplication::translate("QAStNodePluginCenter", "the plug-in offers no feature list");
+        plugin.problem = tr("the plug-in offers no feature list");
         return;
     }
-    auto* list = static_cast<QFeatureListInterface*>(face);
-    plugin.features = list->featureList();
+    plugin.name = nameOf(component, instance);
+    const QStringList offered = static_cast<QFeatureListInterface*>(face)->featureList();
     face->release();
-    plugin.name = instance->metaObject()->className();
+    if (!startLibrary(component)) {
+        component->release();
+        plugin.problem = tr("the plug-in refused to start");
+        return;
+    }
     Registry& r = registry();
     r.components << component;
-    QStringList taken;
-    for (const QString& feature : std::as_const(plugin.features)) {
-        if (r.byFeature.contains(feature)) {
-            warning("QAStNodePluginCenter: %s of %s is served already", qPrintable(feature), qPrintable(file));
+    const QString origin = plugin.file.isEmpty() ? plugin.name : plugin.file;
+    for (const QString& feature : offered) {
+        if (r.byFeature.contains(feature) || plugin.features.contains(feature)) {
+            plugin.duplicates << feature;
             continue;
         }
         r.byFeature.insert(feature, component);
-        taken << feature;
+        r.servedBy.insert(feature, origin);
+        plugin.features << feature;
     }
     for (const Served& each : served) {
         if (!offers(component, each.interface))
             continue;
         const QString prefix = QLatin1String(each.prefix);
-        for (const QString& feature : std::as_const(taken)) {
+        for (const QString& feature : std::as_const(plugin.features)) {
             if (feature.startsWith(prefix))
                 r.lists[each.interface] << feature.mid(prefix.size());
         }
@@ -136,37 +190,73 @@ void Search::takeInstance(QObject* instance, const QString& file, QAStNodePlugin
 
 void Search::takeFile(const QString& path)
 {
+    if (!QLibrary::isLibrary(path))
+        return;
+    // Only regular files: a pipe or a device named like a library would
+    // block the read, and a link that leads nowhere has nothing to read.
     const QFileInfo info(path);
     const QString canonical = info.canonicalFilePath();
-    if (canonical.isEmpty() || seen.contains(canonical) || !QLibrary::isLibrary(path))
+    if (canonical.isEmpty() || !info.isFile() || seen.contains(canonical))
         return;
     seen.insert(canonical);
     QAStNodePluginCenter::Plugin plugin;
     plugin.file = path;
     QPluginLoader loader(path);
-    const QJsonObject meta = loader.metaData();
+    // A plug-in that misses a function is refused now, not when the
+    // function is first called.
+    loader.setLoadHints(QLibrary::ResolveAllSymbolsHint);
+    const QJsonObject meta = info.isReadable() ? loader.metaData() : QJsonObject();
     const QString iid = meta.value(QStringLiteral("IID")).toString();
-    if (meta.isEmpty()) {
-        plugin.problem = QCoreApplication::translate("QAStNodePluginCenter", "not a plug-in (%1)")
-                             .arg(loader.errorString());
+    if (!info.isReadable()) {
+        plugin.problem = tr("cannot be read");
+    } else if (meta.isEmpty()) {
+        plugin.problem = tr("not a plug-in (%1)").arg(reason(loader, path));
     } else if (iid != QLatin1String(QAComponentPlugin_iid)) {
-        plugin.problem = QCoreApplication::translate("QAStNodePluginCenter",
-                                                     "built for another interface (%1, not %2)")
-                             .arg(iid, QLatin1String(QAComponentPlugin_iid));
+        plugin.problem = tr("built for another interface (%1, not %2)").arg(iid, QLatin1String(QAComponentPlugin_iid));
     } else if (QObject* instance = loader.instance()) {
-        takeInstance(instance, path, plugin);
+        takeInstance(instance, plugin);
     } else {
-        plugin.problem = QCoreApplication::translate("QAStNodePluginCenter", "cannot be loaded (%1)")
-                             .arg(loader.errorString());
+        plugin.problem = tr("cannot be loaded (%1)").arg(reason(loader, path));
     }
     registry().plugins << plugin;
+}
+
+void report(const QList<QAStNodePluginCenter::Plugin>& plugins)
+{
+    int shown = 0;
+    int withheld = 0;
+    const auto show = [&](const QString& text) {
+        if (shown++ < MessagesShown)
+            QAStData::displayMessage(QAStData::MessageConsole, text, QAStData::ErrorStream);
+        else
+            ++withheld;
+    };
+    const Registry& r = registry();
+    for (const QAStNodePluginCenter::Plugin& plugin : plugins) {
+        const QString origin = plugin.file.isEmpty() ? plugin.name : plugin.file;
+        if (!plugin.problem.isEmpty())
+            show(tr("Plug-in %1: %2\n").arg(origin, plugin.problem));
+        for (const QString& feature : plugin.duplicates)
+            show(tr("Plug-in %1: the feature %2 is served already by %3\n")
+                     .arg(origin, feature, r.servedBy.value(feature, origin)));
+    }
+    if (withheld > 0)
+        QAStData::displayMessage(QAStData::MessageConsole,
+                                 tr("%1 further problems with plug-ins are not shown\n").arg(withheld),
+                                 QAStData::ErrorStream);
 }
 
 } // namespace
 
 QAStNodePluginCenter* QAStNodePluginCenter::nodePluginCenter()
 {
-    static QAStNodePluginCenter* center = new QAStNodePluginCenter;
+    QAStNodePluginCenter*& center = singleton();
+    if (!center) {
+        // Known before the search, so that a plug-in may reach the registry
+        // while it is being found.
+        center = new QAStNodePluginCenter;
+        center->search();
+    }
     return center;
 }
 
@@ -176,14 +266,14 @@ void QAStNodePluginCenter::addPluginDirectory(const QString& directory)
         addedDirectories() << directory;
 }
 
-QAStNodePluginCenter::QAStNodePluginCenter()
+void QAStNodePluginCenter::search()
 {
     Search search;
     for (QObject* instance : QPluginLoader::staticInstances()) {
         if (!qobject_cast<QAComponentPlugin*>(instance))
             continue;
         Plugin plugin;
-        search.takeInstance(instance, QString(), plugin);
+        search.takeInstance(instance, plugin);
         registry().plugins << plugin;
     }
     QSet<QString> directoriesSeen;
@@ -196,13 +286,7 @@ QAStNodePluginCenter::QAStNodePluginCenter()
         for (const QString& name : dir.entryList(QDir::Files, QDir::Name))
             search.takeFile(dir.filePath(name));
     }
-    for (const Plugin& plugin : std::as_const(registry().plugins)) {
-        if (plugin.problem.isEmpty())
-            continue;
-        const QString text = QCoreApplication::translate("QAStNodePluginCenter", "Plug-in %1: %2\n")
-                                 .arg(plugin.file.isEmpty() ? plugin.name : plugin.file, plugin.problem);
-        QAStData::displayMessage(QAStData::MessageConsole, text, QAStData::ErrorStream);
-    }
+    report(registry().plugins);
     // A test node plug-in prepares each of its kinds once.
     for (const QString& feature : featureList(IID_NodeTest)) {
         QUnknownInterface* face = nullptr;
@@ -235,4 +319,16 @@ QRESULT QAStNodePluginCenter::queryComponentInterface(const QString& feature, co
 QList<QAStNodePluginCenter::Plugin> QAStNodePluginCenter::plugins() const
 {
     return registry().plugins;
+}
+
+void QAStNodePluginCenterPrivate::reset()
+{
+    QAStNodePluginCenter*& center = singleton();
+    delete center;
+    center = nullptr;
+    Registry& r = registry();
+    for (QUnknownInterface* component : std::as_const(r.components))
+        component->release();
+    r = Registry();
+    addedDirectories().clear();
 }

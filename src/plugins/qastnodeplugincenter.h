@@ -13,16 +13,24 @@ class QUuid;
 /// looked for once, on the first call of nodePluginCenter(): in the
 /// installation's plugins directory and its sub-directories, in the
 /// directories a host added before, and among the plug-ins linked into the
-/// program. A plug-in added later is not seen.
+/// program. A plug-in added later is not seen. Qt's own library paths are
+/// not searched: they hold the toolkit's plug-ins and the program's own
+/// directory, where a library named like a plug-in is none of ours.
 class SDK_EXPORT QAStNodePluginCenter
 {
 public:
     /// What was found in one file, or linked in: the plug-in's features
     /// with their prefixes, or why nothing could be taken from it.
     struct Plugin {
+        /// Empty for a plug-in linked into the program.
         QString file;
         QString name;
+        /// The features taken from it, with their prefixes.
         QStringList features;
+        /// Features it offers that a plug-in found before serves already:
+        /// the first one found keeps them.
+        QStringList duplicates;
+        /// Why nothing was taken from the file; empty for a plug-in taken.
         QString problem;
     };
 
@@ -44,6 +52,8 @@ public:
     QList<Plugin> plugins() const;
 
 private:
-    QAStNodePluginCenter();
+    friend class QAStNodePluginCenterPrivate;
+    QAStNodePluginCenter() = default;
+    void search();
     Q_DISABLE_COPY(QAStNodePluginCenter)
 };

@@ -1,11 +1,8 @@
 #pragma once
 
-#include "qacomponentplugin.h"
+#include "qastplugin.h"
 
-#include <QDateTime>
 #include <QMap>
-#include <QObject>
-#include <QPixmap>
 #include <QStringList>
 #include <QVariant>
 
@@ -14,8 +11,6 @@ class QAStConfiguration;
 class QAStData;
 class QAStTargetPackage;
 class QDomElement;
-class QUnknownInterface;
-class QUuid;
 
 /// The class a plug-in of test node kinds, tag kinds and configuration blocks
 /// derives from. It overrides what it serves and leaves the rest: the lists
@@ -34,13 +29,11 @@ class QUuid;
 ///     ...
 /// };
 /// \endcode
-class SDK_EXPORT QAStTestNodePlugin : public QObject, public QAComponentPlugin
+class SDK_EXPORT QAStTestNodePlugin : public QAStPlugin
 {
     Q_OBJECT
-    Q_INTERFACES(QAComponentPlugin)
 public:
-    explicit QAStTestNodePlugin(QObject* parent = nullptr);
-    ~QAStTestNodePlugin() override;
+    using QAStPlugin::QAStPlugin;
 
     QUnknownInterface* component() override;
 
@@ -72,25 +65,4 @@ public:
     virtual void reset(const QString& feature, QAStConfiguration* configuration, const QAStTargetPackage& port);
     virtual void init(const QString& feature, QAStConfiguration* configuration, const QDomElement& element,
                       int version);
-
-    // What the plug-in says of itself.
-    virtual QString pluginName() const;
-    virtual QPixmap pluginIcon() const;
-    virtual QString pluginDescription() const;
-    virtual QString pluginCompanyName() const;
-    virtual QPixmap pluginCompanyIcon() const;
-    virtual QString pluginCompanyDescription() const;
-    virtual QString pluginCopyRight() const;
-    virtual QString pluginVersion() const;
-    virtual QDateTime pluginCreation() const;
-
-    // The life of the library.
-    virtual bool initLibrary();
-    virtual void cleanupLibrary();
-    virtual bool canUnload() const;
-
-    /// A further interface of the plug-in's own, such as the environment
-    /// block interface, that the component hands out for \a id: with one
-    /// reference more, or null. None by default.
-    virtual QUnknownInterface* queryExtension(const QUuid& id);
 };

@@ -1,9 +1,12 @@
 #include "qastdatafactory.h"
 
+#include "nodetaginterface.h"
 #include "nodetestinterface.h"
+#include "qainterfaceids.h"
 #include "qastfile.h"
 #include "qastfolder.h"
 #include "qastnodegroup.h"
+#include "qastnodeplugincenter.h"
 #include "qastsubproject.h"
 #include "qatrace.h"
 
@@ -28,15 +31,28 @@ QHash<QString, QAStDataFactory::Maker>& makers()
     return map;
 }
 
-struct TestNodeProviders {
-    QStringList features;
-    QHash<QString, NodeTestInterface*> providers;
-};
-
-TestNodeProviders& testNodeProviders()
+// The first of the plug-ins' interfaces that serves \a name, in the order
+// that decides a name served under several: a configuration block, a test
+// node kind, a tag kind.
+InterfaceDescriptor pluginInterface(const QString& name)
 {
-    static TestNodeProviders providers;
-    return providers;
+    static const QUuid order[] = {IID_ConfigurationBlock, IID_NodeTest, IID_NodeTag};
+    QAStNodePluginCenter* center = QAStNodePluginCenter::nodePluginCenter();
+    for (int kind = 0; kind < 3; ++kind) {
+        QUnknownInterface* face = nullptr;
+        center->queryComponentInterface(name, order[kind], &face);
+        if (face)
+            return {kind, face};
+    }
+    return {-1, nullptr};
+}
+
+// What the plug-ins served, by element name, found once. Never destroyed:
+// the interfaces it holds live as long as the process.
+QHash<QString, InterfaceDescriptor>& pluginInterfaces()
+{
+    static auto* cache = new QHash<QString, InterfaceDescriptor>;
+    return *cache;
 }
 
 } // namespace
@@ -114,7 +130,20 @@ QAStData* QAStDataFactory::create(const QDomElement& element, int version, QAStD
     default:
         break;
     }
-    warning("No plugin found for feature %s", qPrintable(element.tagName()));
+    const QString name = element.tagName();
+    QHash<QString, InterfaceDescriptor>& cache = pluginInterfaces();
+    auto found = cache.constFind(name);
+    if (found == cache.constEnd()) {
+        const InterfaceDescriptor descriptor = pluginInterface(name);
+        if (descriptor.interface)
+            found = cache.insert(name, descriptor);
+    }
+    // A name served as a configuration block is no element of the tree.
+    if (found != cache.constEnd() && found->kind == 1)
+        return static_cast<NodeTestInterface*>(found->interface)->nodeTest(name, element, version, parent, after);
+    if (found != cache.constEnd() && found->kind == 2)
+        return static_cast<NodeTagInterface*>(found->interface)->nodeTag(name, element, version, parent, after);
+    warning("No plugin found for feature %s", qPrintable(name));
     return nullptr;
 }
 
@@ -140,27 +169,4 @@ QAStData* QAStDataFactory::make(const QString& className, const QString& name, Q
         return nullptr;
     }
     return it.value()(name, parent, after, subject);
-}
-
-void QAStDataFactory::registerTestNode(const QString& feature, NodeTestInterface* provider)
-{
-    TestNodeProviders& registry = testNodeProviders();
-    if (!provider) {
-        registry.features.removeAll(feature);
-        registry.providers.remove(feature);
-        return;
-    }
-    if (!registry.providers.contains(feature))
-        registry.features.append(feature);
-    registry.providers.insert(feature, provider);
-}
-
-QStringList QAStDataFactory::testNodeFeatures()
-{
-    return testNodeProviders().features;
-}
-
-NodeTestInterface* QAStDataFactory::queryTestNode(const QString& feature)
-{
-    return testNodeProviders().providers.value(feature);
 }

@@ -8,18 +8,27 @@
 
 #include <functional>
 
-class NodeTestInterface;
 class QARes;
 class QAStData;
 class QDomElement;
+class QUnknownInterface;
+
+/// What the factory keeps of an element name that a plug-in serves: the
+/// kind under which it was found first, 0 configuration block, 1 test node,
+/// 2 tag, and that interface, held for the life of the process.
+struct InterfaceDescriptor {
+    int kind;
+    QUnknownInterface* interface;
+};
 
 /// Builds tree objects from the elements of project files, objects files and
-/// clipboard texts: the outermost element of an object names its class.
+/// clipboard texts: the outermost element of an object names its class, one
+/// of the library's or a test node or tag kind of a plug-in.
 class SDK_EXPORT QAStDataFactory
 {
 public:
     /// The new object, attached to \a parent behind \a after, or null when
-    /// no class answers to the element's name.
+    /// no class and no plug-in answers to the element's name.
     static QAStData* create(const QDomElement& element, int version, QAStData* parent,
                             QAStData* after);
 
@@ -41,14 +50,6 @@ public:
     /// under \a className.
     static QAStData* make(const QString& className, const QString& name, QAStData* parent,
                           QAStData* after, QAStData* subject = nullptr);
-
-    /// The test node kinds that providers offer, by feature name, in the
-    /// order of registration. The interface is not owned; null takes the
-    /// feature out.
-    static void registerTestNode(const QString& feature, NodeTestInterface* provider);
-    static QStringList testNodeFeatures();
-    /// The provider of \a feature, or null. The caller releases it.
-    static NodeTestInterface* queryTestNode(const QString& feature);
 
     /// The class that a node "type" of the older resource form names, by
     /// its short name or its class name; empty for a name not known.

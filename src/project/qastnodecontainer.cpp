@@ -1,9 +1,11 @@
 #include "qastnodecontainer.h"
 
 #include "nodetestinterface.h"
+#include "qainterfaceids.h"
 #include "qastdatafactory.h"
 #include "qastdataundoaction.h"
 #include "qastdataundoactionmanager.h"
+#include "qastnodeplugincenter.h"
 #include "qatrace.h"
 #include "studiointerface.h"
 
@@ -58,8 +60,22 @@ const NodeKind nodeKinds[] = {
      QT_TRANSLATE_NOOP("QAStNodeContainer", "Name of your test:")},
 };
 
-// Identifiers of the test node kinds of providers in the creation menus.
+// Identifiers of the test node kinds of plug-ins in the creation menus.
 const int FirstPluginId = 10;
+
+QStringList pluginTestNodes()
+{
+    return QAStNodePluginCenter::nodePluginCenter()->featureList(IID_NodeTest);
+}
+
+// The plug-in's interface for a test node kind, with a reference the caller
+// releases, or null.
+NodeTestInterface* pluginTestNode(const QString& feature)
+{
+    QUnknownInterface* face = nullptr;
+    QAStNodePluginCenter::nodePluginCenter()->queryComponentInterface(feature, IID_NodeTest, &face);
+    return static_cast<NodeTestInterface*>(face);
+}
 
 } // namespace
 
@@ -224,18 +240,28 @@ void QAStNodeContainer::makePluginNode(const QString& feature, bool append)
     QAStData* holder = append ? QAStData::parent() : this;
     if (!holder)
         return;
-    NodeTestInterface* provider = QAStDataFactory::queryTestNode(feature);
+    NodeTestInterface* provider = pluginTestNode(feature);
     if (!provider)
         return;
     QAStData* node = nullptr;
     QAStData* after = append ? this : nullptr;
-    const QString name = getNodeName(tr("Create %1 Node").arg(provider->name(feature)),
-                                     tr("Name of your test:"));
-    if (!name.isNull())
-        node = provider->nodeTest(feature, name, holder, after);
+    // The menu offers only what the kind allows, but a command may come
+    // from elsewhere.
+    if (mayStand(provider, feature, append)) {
+        const QString name = getNodeName(tr("Create %1 Node").arg(provider->name(feature)),
+                                         tr("Name of your test:"));
+        if (!name.isNull())
+            node = provider->nodeTest(feature, name, holder, after);
+    }
     provider->release();
     if (node)
         holder->adoptAsCommand(node, after);
+}
+
+bool QAStNodeContainer::mayStand(NodeTestInterface* provider, const QString& feature, bool append)
+{
+    return append ? provider->toAddNext(feature, QAStData::parent(), this)
+                  : provider->toAddChild(feature, this, nullptr);
 }
 
 void QAStNodeContainer::addTestNodePlugin(const QString& feature) { makePluginNode(feature, false); }
@@ -244,7 +270,7 @@ void QAStNodeContainer::appendTestNodePlugin(const QString& feature) { makePlugi
 void QAStNodeContainer::addChildWithId(int id)
 {
     warning("addChildWithId = %d", id);
-    const QStringList features = QAStDataFactory::testNodeFeatures();
+    const QStringList features = pluginTestNodes();
     if (id >= FirstPluginId && id - FirstPluginId < features.size())
         addTestNodePlugin(features.at(id - FirstPluginId));
 }
@@ -252,7 +278,7 @@ void QAStNodeContainer::addChildWithId(int id)
 void QAStNodeContainer::appendWithId(int id)
 {
     warning("appendWithId = %d", id);
-    const QStringList features = QAStDataFactory::testNodeFeatures();
+    const QStringList features = pluginTestNodes();
     if (id >= FirstPluginId && id - FirstPluginId < features.size())
         appendTestNodePlugin(features.at(id - FirstPluginId));
 }
@@ -417,13 +443,17 @@ void QAStNodeContainer::addPluginTestNodeMenuItem(QMenu* menu, const char* slot)
 {
     if (!menu || !slot)
         return;
-    const QStringList features = QAStDataFactory::testNodeFeatures();
+    const QStringList features = pluginTestNodes();
+    const QByteArray signature = QMetaObject::normalizedSignature(slot + 1);
+    const bool append = signature == "appendWithId(int)";
     int id = FirstPluginId;
-    // A feature whose provider is gone keeps its identifier, so that the
+    // A feature whose interface is missing keeps its identifier, so that the
     // identifiers stay the positions in the list.
     for (const QString& feature : features) {
-        if (NodeTestInterface* provider = QAStDataFactory::queryTestNode(feature)) {
-            menu->addAction(provider->name(feature))->setData(id);
+        if (NodeTestInterface* provider = pluginTestNode(feature)) {
+            QAction* action = menu->addAction(provider->name(feature));
+            action->setData(id);
+            action->setEnabled(mayStand(provider, feature, append));
             provider->release();
         }
         ++id;
@@ -431,7 +461,6 @@ void QAStNodeContainer::addPluginTestNodeMenuItem(QMenu* menu, const char* slot)
     if (features.isEmpty())
         return;
     menu->addSeparator();
-    const QByteArray signature = QMetaObject::normalizedSignature(slot + 1);
     const QMetaMethod method = metaObject()->method(metaObject()->indexOfSlot(signature.constData()));
     Q_ASSERT(method.isValid());
     connect(menu, &QMenu::triggered, this, [this, method](QAction* action) {

@@ -4,6 +4,7 @@
 
 #include <QStringList>
 
+class NodeTestInterface;
 class QAction;
 
 /// A node that holds other nodes and offers the commands that make them: the
@@ -33,8 +34,10 @@ public:
     /// Asks for the name of a new node until the user gives one that no node
     /// of this project has, or cancels: then the answer is a null string.
     QString getNodeName(const QString& title, const QString& label);
-    /// One item for each test node kind of the providers, whose identifier,
-    /// from 10 on, goes to \a slot (a slot of this node taking an int).
+    /// One item for each test node kind of the plug-ins, whose identifier,
+    /// from 10 on, goes to \a slot (a slot of this node taking an int). An
+    /// item is off where its kind may not stand: as a child of this node, or
+    /// behind it for the slot appendWithId(int).
     void addPluginTestNodeMenuItem(QMenu* menu, const char* slot);
     void addExtendedViewer(QMenu* menu);
     void setExtendedViewers(const QStringList& viewers) { extendedViewers = viewers; }
@@ -72,5 +75,6 @@ private:
     bool treeLocked();
     void makeNode(const char* className, bool append);
     void makePluginNode(const QString& feature, bool append);
+    bool mayStand(NodeTestInterface* provider, const QString& feature, bool append);
     void switchFileKeys(bool absolute);
 };

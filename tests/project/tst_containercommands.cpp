@@ -1,10 +1,10 @@
-#include "nodetestinterface.h"
 #include "qastdatacopydrag.h"
 #include "qastdatafactory.h"
 #include "qastdatamovedrag.h"
 #include "qastdataundoactionmanager.h"
 #include "qastnodegroup.h"
 #include "qastproject.h"
+#include "qasttestnodeplugin.h"
 #include "recordinghost.h"
 #include "testdata.h"
 
@@ -56,28 +56,24 @@ public:
     QAStData* subject;
 };
 
-class Provider : public NodeTestInterface
+// Two test node kinds, linked into the program: "alpha" may not stand
+// below a node named "next", and "beta" is never appended.
+class KindsPlugin : public QAStTestNodePlugin
 {
+    Q_OBJECT
+    Q_PLUGIN_METADATA(IID QAComponentPlugin_iid)
 public:
+    QStringList nodeFeatures() const override { return {"alpha", "beta"}; }
     QString name(const QString& feature) const override { return feature.toUpper(); }
     QAStData* nodeTest(const QString& feature, const QString& name, QAStData* parent, QAStData* after) override
     {
         return new StandIn(feature, name, parent, after, nullptr);
     }
-    QRESULT queryInterface(const QUuid&, QUnknownInterface** iface) override
+    bool toAddChild(const QString& feature, QAStData* parent, QAStData*) override
     {
-        *iface = nullptr;
-        return QE_NOINTERFACE;
+        return feature != QLatin1String("alpha") || parent->name() != QLatin1String("next");
     }
-    ulong addRef() override { return 1; }
-    ulong release() override { return ulong(++released); }
-    QStringList featureList() const override { return {}; }
-    void initialize() override {}
-    QPixmap pixmap(const QString&) const override { return {}; }
-    QAStData* nodeTest(const QString&, const QDomElement&, int, QAStData*, QAStData*) override { return nullptr; }
-    bool toAddChild(const QString&, QAStData*, QAStData*) override { return true; }
-    bool toAddNext(const QString&, QAStData*, QAStData*) override { return true; }
-    int released = 0;
+    bool toAddNext(const QString& feature, QAStData*, QAStData*) override { return feature != QLatin1String("beta"); }
 };
 
 // No class stands for the system testing node: its commands must do nothing.
@@ -102,12 +98,13 @@ QStringList menuTexts(QMenu* menu)
 
 } // namespace
 
+Q_IMPORT_PLUGIN(KindsPlugin)
+
 class tst_ContainerCommands : public QObject
 {
     Q_OBJECT
 
     RecordingHost host;
-    Provider provider;
     QAStProject* project = nullptr;
     QAStNodeGroup* group = nullptr;
     QAStNodeGroup* next = nullptr;
@@ -123,8 +120,6 @@ private slots:
                 return new StandIn(kind, name, parent, after, subject);
             });
         }
-        QAStDataFactory::registerTestNode(QStringLiteral("alpha"), &provider);
-        QAStDataFactory::registerTestNode(QStringLiteral("beta"), &provider);
     }
     void init()
     {
@@ -165,9 +160,13 @@ private slots:
         QTest::newRow("9 is no test node kind") << "addChildWithId" << 9 << QString() << QString() << false;
         QTest::newRow("10 is the first") << "addChildWithId" << 10 << "Create ALPHA Node|Name of your test:"
                                          << "alpha" << false;
-        QTest::newRow("11 is the second, behind") << "appendWithId" << 11 << "Create BETA Node|Name of your test:"
-                                                  << "beta" << true;
-        QTest::newRow("past the last") << "addChildWithId" << 12 << QString() << QString() << false;
+        QTest::newRow("11 is the second") << "addChildWithId" << 11 << "Create BETA Node|Name of your test:"
+                                          << "beta" << false;
+        QTest::newRow("10, behind") << "appendWithId" << 10 << "Create ALPHA Node|Name of your test:" << "alpha"
+                                    << true;
+        QTest::newRow("a kind that may not stand there asks nothing") << "appendWithId" << 11 << QString()
+                                                                       << QString() << false;
+        QTest::newRow("past the last") << "addChildWithId" << 99 << QString() << QString() << false;
     }
     void creationCommandsMakeTheirKind()
     {
@@ -177,7 +176,6 @@ private slots:
         QFETCH(QString, kind);
         QFETCH(bool, behind);
         host.textAnswers = QStringList{"new"};
-        provider.released = 0;
         const QByteArray slot = command.toLatin1();
         QVERIFY(id ? QMetaObject::invokeMethod(group, slot.constData(), Q_ARG(int, id))
                    : QMetaObject::invokeMethod(group, slot.constData()));
@@ -188,7 +186,6 @@ private slots:
             return;
         }
         QCOMPARE(kindOf(behind ? group->next() : group->firstChild()), kind);
-        QCOMPARE(provider.released, id ? 1 : 0);
         QVERIFY(QAStData::undo());
         QCOMPARE(childNames(group), QStringList{"inner"});
         QCOMPARE(childNames(project), (QStringList{"G", "next"}));
@@ -221,7 +218,7 @@ private slots:
     }
 
     // Test node kinds are reached through their identifiers, in both menus;
-    // what cannot be done now is off.
+    // what cannot be done now, or where the kind may not stand, is off.
     void menusFollowTheNodeAndTheHost()
     {
         QScopedPointer<QMenu> popup(group->popupMenu(nullptr));
@@ -229,7 +226,10 @@ private slots:
         QVERIFY(items.contains("Move &Up(off)") && items.contains("Move &Down"));
         QScopedPointer<QMenu> children(group->addChildPopupMenu(nullptr));
         QScopedPointer<QMenu> behind(group->addNextPopupMenu(nullptr));
-        QCOMPARE(menuTexts(children.data()).filter("="), (QStringList{"ALPHA=10", "BETA=11"}));
+        QScopedPointer<QMenu> nextChildren(next->addChildPopupMenu(nullptr));
+        QCOMPARE(menuTexts(children.data()).filter("=").mid(0, 2), (QStringList{"ALPHA=10", "BETA=11"}));
+        QCOMPARE(menuTexts(behind.data()).filter("=").mid(0, 2), (QStringList{"ALPHA=10", "BETA=11(off)"}));
+        QCOMPARE(menuTexts(nextChildren.data()).filter("=").mid(0, 2), (QStringList{"ALPHA=10(off)", "BETA=11"}));
         host.textAnswers = QStringList{"b", "a"};
         children->actions().at(menuTexts(children.data()).indexOf("BETA=11"))->trigger();
         behind->actions().at(menuTexts(behind.data()).indexOf("ALPHA=10"))->trigger();

@@ -5,6 +5,7 @@
 #include "qaprocess.h"
 #include "qastconfiguration.h"
 #include "qastnode.h"
+#include "qastnodeplugincenter.h"
 #include "qastproject.h"
 #include "qasttargetpackage.h"
 #include "qasttargetpackagelist.h"
@@ -214,6 +215,22 @@ int BatchSession::ports(QTextStream& out)
     for (const QAStTargetPackage* port : *installed)
         out << port->directory << "  " << quoted(port->name) << "  " << port->language << "  "
             << port->fullPath << '\n';
+    return ExitSuccess;
+}
+
+int BatchSession::plugins(QTextStream& out)
+{
+    for (const QAStNodePluginCenter::Plugin& plugin : QAStNodePluginCenter::nodePluginCenter()->plugins()) {
+        out << (plugin.file.isEmpty() ? QStringLiteral("(linked in)") : plugin.file) << "  ";
+        if (!plugin.problem.isEmpty()) {
+            out << "refused: " << plugin.problem << '\n';
+            continue;
+        }
+        out << quoted(plugin.name) << "  " << plugin.features.join(QLatin1Char(' '));
+        if (!plugin.duplicates.isEmpty())
+            out << "  (served by another plug-in: " << plugin.duplicates.join(QLatin1Char(' ')) << ')';
+        out << '\n';
+    }
     return ExitSuccess;
 }
 

@@ -53,6 +53,9 @@ public:
     /// Builds, rebuilds or executes \a node and waits for the end of the run.
     int run(const QString& command, QAStNode* node);
     static int ports(QTextStream& out);
+    /// One line for each plug-in file found, or linked in: its name and
+    /// features, or why it was refused.
+    static int plugins(QTextStream& out);
 
     /// Ends the run under way through the stop mechanism: the stop script
     /// runs for each running step, and then its process is killed.

@@ -7,6 +7,7 @@
 #include "qaprocess.h"
 #include "qastconfiguration.h"
 #include "qastdata.h"
+#include "qastnodeplugincenter.h"
 #include "qastnode.h"
 #include "qastproject.h"
 #include "qasttargetpackagelist.h"
@@ -25,6 +26,7 @@ namespace {
 const char usage[] =
     "usage: velmont-batch [--config NAME] PROJECT COMMAND [NODE]\n"
     "       velmont-batch ports\n"
+    "       velmont-batch plugins\n"
     "\n"
     "Opens the project file PROJECT in batch mode and runs COMMAND on the\n"
     "project, or on the node that NODE names: the names of the nodes from the\n"
@@ -41,6 +43,8 @@ const char usage[] =
     "  env NODE         the environment file that a step of the node gets\n"
     "  configs          the project's configurations; * marks the current one\n"
     "  ports            the installed target deployment ports\n"
+    "  plugins          each plug-in file found, or linked in, with its name and\n"
+    "                   features, and each file refused with the reason\n"
     "\n"
     "Options:\n"
     "  -c, --config NAME  run in the configuration NAME\n"
@@ -133,9 +137,23 @@ public:
         QAStData::initialize(&host);
         QAStProject::setModeBatch(true);
     }
-    /// Reads the installed ports and the definition file of the settings.
+    /// Looks for the plug-ins; their problems go to standard error unless
+    /// \a quiet.
+    void findPlugins(bool quiet)
+    {
+        if (quiet)
+            _host.messages().hold();
+        QAStNodePluginCenter::nodePluginCenter();
+        if (quiet)
+            _host.messages().release();
+    }
+    /// Finds the plug-ins, and reads the installed ports and the definition
+    /// file of the settings.
     bool load()
     {
+        // Before the rest, whose messages are held: a plug-in's problem is
+        // no failure of the installation, and must not be lost with them.
+        findPlugins(false);
         // The library's own reports would make several lines of one failure.
         _host.messages().hold();
         const bool ports = QAStTargetPackageList::initialize(&_host);
@@ -194,6 +212,11 @@ int loadAndRun(Library& library, BatchSession& session, QTextStream& out, const 
 {
     const QStringList& positional = arguments.positional;
     const QString command = positional.at(positional.size() == 1 ? 0 : 1);
+    if (positional == QStringList {QStringLiteral("plugins")}) {
+        // The listing names each problem itself.
+        library.findPlugins(true);
+        return BatchSession::plugins(out);
+    }
     if (!library.load())
         return ExitLoad;
     if (stopRequests)
@@ -231,7 +254,8 @@ int main(int argc, char** argv)
         return ExitSuccess;
     }
     const QStringList& positional = arguments.positional;
-    if (positional != QStringList {QStringLiteral("ports")} && positional.size() < 2)
+    if (positional != QStringList {QStringLiteral("ports")} && positional != QStringList {QStringLiteral("plugins")}
+        && positional.size() < 2)
         return usageError(positional.isEmpty() ? QStringLiteral("a project and a command are needed")
                                                : QStringLiteral("a command is needed"));
     catchStopRequests(true);
