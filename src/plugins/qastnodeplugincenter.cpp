@@ -11,6 +11,7 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QHash>
 #include <QJsonObject>
@@ -142,8 +143,11 @@ class Search
 {
 public:
     void takeInstance(QObject* instance, QAStNodePluginCenter::Plugin& plugin);
-    void takeFile(const QString& path);
+    void takeFile(const QFileInfo& info, const QString& canonicalDirectory);
     QSet<QString> seen;
+
+private:
+    void load(const QString& path, QAStNodePluginCenter::Plugin& plugin);
 };
 
 void Search::takeInstance(QObject* instance, QAStNodePluginCenter::Plugin& plugin)
@@ -188,28 +192,49 @@ void Search::takeInstance(QObject* instance, QAStNodePluginCenter::Plugin& plugi
     }
 }
 
-void Search::takeFile(const QString& path)
+// The first bytes of a shared library, read before the loader is made: a
+// directory of thousands of files named like libraries would otherwise cost
+// a loader, with its registration and file look-ups, for each.
+bool looksLikeLibrary(const QString& path)
 {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly | QIODevice::Unbuffered) && file.read(4) == QByteArrayLiteral("\x7f" "ELF");
+}
+
+void Search::takeFile(const QFileInfo& info, const QString& canonicalDirectory)
+{
+    const QString path = info.filePath();
     if (!QLibrary::isLibrary(path))
         return;
     // Only regular files: a pipe or a device named like a library would
     // block the read, and a link that leads nowhere has nothing to read.
-    const QFileInfo info(path);
-    const QString canonical = info.canonicalFilePath();
+    // Only a link needs resolving; the directory's own path is resolved.
+    const QString canonical = info.isSymLink() ? info.canonicalFilePath()
+                                               : canonicalDirectory + QLatin1Char('/') + info.fileName();
     if (canonical.isEmpty() || !info.isFile() || seen.contains(canonical))
         return;
     seen.insert(canonical);
     QAStNodePluginCenter::Plugin plugin;
     plugin.file = path;
+    if (!info.isReadable()) {
+        plugin.problem = tr("cannot be read");
+    } else if (!looksLikeLibrary(path)) {
+        plugin.problem = tr("not a plug-in (not a shared library)");
+    } else {
+        load(path, plugin);
+    }
+    registry().plugins << plugin;
+}
+
+void Search::load(const QString& path, QAStNodePluginCenter::Plugin& plugin)
+{
     QPluginLoader loader(path);
     // A plug-in that misses a function is refused now, not when the
     // function is first called.
     loader.setLoadHints(QLibrary::ResolveAllSymbolsHint);
-    const QJsonObject meta = info.isReadable() ? loader.metaData() : QJsonObject();
+    const QJsonObject meta = loader.metaData();
     const QString iid = meta.value(QStringLiteral("IID")).toString();
-    if (!info.isReadable()) {
-        plugin.problem = tr("cannot be read");
-    } else if (meta.isEmpty()) {
+    if (meta.isEmpty()) {
         plugin.problem = tr("not a plug-in (%1)").arg(reason(loader, path));
     } else if (iid != QLatin1String(QAComponentPlugin_iid)) {
         plugin.problem = tr("built for another interface (%1, not %2)").arg(iid, QLatin1String(QAComponentPlugin_iid));
@@ -218,7 +243,6 @@ void Search::takeFile(const QString& path)
     } else {
         plugin.problem = tr("cannot be loaded (%1)").arg(reason(loader, path));
     }
-    registry().plugins << plugin;
 }
 
 void report(const QList<QAStNodePluginCenter::Plugin>& plugins)
@@ -283,8 +307,8 @@ void QAStNodePluginCenter::search()
             continue;
         directoriesSeen.insert(canonical);
         const QDir dir(directory);
-        for (const QString& name : dir.entryList(QDir::Files, QDir::Name))
-            search.takeFile(dir.filePath(name));
+        for (const QFileInfo& info : dir.entryInfoList(QDir::Files, QDir::Name))
+            search.takeFile(info, canonical);
     }
     report(registry().plugins);
     // A test node plug-in prepares each of its kinds once.

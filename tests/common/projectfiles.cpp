@@ -59,3 +59,14 @@ void withoutDacOverride(const std::function<void()>& run)
     if (dropped)
         syscall(SYS_capset, &header, saved);
 }
+
+QList<QByteArray> withoutInstallationLines(const QByteArray& text)
+{
+    QList<QByteArray> lines;
+    for (const QByteArray& line : text.split('\n')) {
+        const QByteArray trimmed = line.trimmed();
+        if (!trimmed.startsWith("<!DOCTYPE") && !trimmed.startsWith("<targetFullPath>"))
+            lines << line;
+    }
+    return lines;
+}

@@ -19,6 +19,10 @@ QMap<QString, QByteArray> snapshot(const QString& dir);
 /// The text of \a document without its XML declaration and DOCTYPE, which
 /// the library's own parser leaves out.
 QString documentBody(const QDomDocument& document);
+/// The lines of a project file's text without those that name the
+/// installation it was saved with: the DOCTYPE and each port's full path,
+/// which a load takes from the installed port.
+QList<QByteArray> withoutInstallationLines(const QByteArray& text);
 /// Runs \a run without the capability that lets root write in any directory,
 /// so that a directory's own permissions hold as they do for any user. The
 /// capability is the calling thread's, and comes back when \a run returns.

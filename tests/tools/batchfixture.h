@@ -57,7 +57,8 @@ struct BatchFixture {
     }
     /// Starts the program in the work directory, in a process group of its
     /// own as a shell starts a command: a signal to the group is a terminal's.
-    std::unique_ptr<QProcess> start(const QStringList& arguments, const QString& installation = QString()) const
+    std::unique_ptr<QProcess> start(const QStringList& arguments, const QString& installation = QString(),
+                                    const QString& program = QStringLiteral(SDK_BATCH_PROGRAM)) const
     {
         auto process = std::make_unique<QProcess>();
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
@@ -67,12 +68,13 @@ struct BatchFixture {
         process->setProcessEnvironment(environment);
         process->setWorkingDirectory(work.path());
         process->setChildProcessModifier([] { ::setpgid(0, 0); });
-        process->start(QStringLiteral(SDK_BATCH_PROGRAM), arguments);
+        process->start(program, arguments);
         return process;
     }
-    Run run(const QStringList& arguments, const QString& installation = QString()) const
+    Run run(const QStringList& arguments, const QString& installation = QString(),
+            const QString& program = QStringLiteral(SDK_BATCH_PROGRAM)) const
     {
-        const std::unique_ptr<QProcess> process = start(arguments, installation);
+        const std::unique_ptr<QProcess> process = start(arguments, installation, program);
         Run result;
         if (process->waitForFinished(25000) && process->exitStatus() == QProcess::NormalExit)
             result = {process->exitCode(), QString::fromLocal8Bit(process->readAllStandardOutput()),

@@ -42,6 +42,7 @@ private slots:
     void stopsEndEveryProcessOfTheRun_data();
     void stopsEndEveryProcessOfTheRun();
     void terminationDuringTheLoadEndsIt();
+    void aRelativeProgramPathStillFindsTheInterpreter();
 
 private:
     BatchFixture fixture;
@@ -136,6 +137,17 @@ void tst_BatchSteps::terminationDuringTheLoadEndsIt()
     QCOMPARE(host->exitCode(), 3);
     QCOMPARE(host->readAllStandardOutput(), QByteArray());
     QVERIFY(host->readAllStandardError().endsWith("velmont-batch: stopped before tree ran\n"));
+}
+
+// A step runs in its node's directory, not in the one the program was
+// started from, where a relative path to the program still pointed.
+void tst_BatchSteps::aRelativeProgramPathStillFindsTheInterpreter()
+{
+    const QString relative = QDir(fixture.work.path()).relativeFilePath(QStringLiteral(SDK_BATCH_PROGRAM));
+    QVERIFY(relative.startsWith(QLatin1String("../")));
+    const BatchFixture::Run run = fixture.run({project, "rebuild", "Unit tests.Queue"}, QString(), relative);
+    QVERIFY2(run.status == 0, qPrintable(run.out + run.err));
+    QVERIFY2(run.out.contains(QLatin1String("\nrebuild Unit tests.Queue: success (")), qPrintable(run.out));
 }
 
 QTEST_GUILESS_MAIN(tst_BatchSteps)

@@ -4,6 +4,7 @@
 #include "qamessagebox.h"
 #include "qastdata.h"
 
+#include <QFileInfo>
 #include <QTextStream>
 
 // One call is one message, and the library leaves the line end of many to
@@ -46,8 +47,20 @@ QString BatchConsole::release()
     return kept;
 }
 
+namespace {
+
+// The program's path as the shell gave it is relative to the directory the
+// program started in; a step runs in its node's directory, where the same
+// relative path would find no interpreter.
+QString absoluteProgram(const QString& argv0)
+{
+    return argv0.contains(QLatin1Char('/')) ? QFileInfo(argv0).absoluteFilePath() : argv0;
+}
+
+} // namespace
+
 BatchHost::BatchHost(const QString& argv0)
-    : _argv0(argv0), _install(QAInstall::installDir(argv0)), _binaries(QAInstall::binaryDir(argv0))
+    : _argv0(absoluteProgram(argv0)), _install(QAInstall::installDir(argv0)), _binaries(QAInstall::binaryDir(argv0))
 {
 }
 
