@@ -192,13 +192,18 @@ void Search::takeInstance(QObject* instance, QAStNodePluginCenter::Plugin& plugi
     }
 }
 
-// The first bytes of a shared library, read before the loader is made: a
-// directory of thousands of files named like libraries would otherwise cost
-// a loader, with its registration and file look-ups, for each.
-bool looksLikeLibrary(const QString& path)
+// Whether the file opens, and whether its first bytes are a shared
+// library's, read before the loader is made: a directory of thousands of
+// files named like libraries would otherwise cost a loader, with its
+// registration and file look-ups, for each.
+enum class Content { Unreadable, Other, Library };
+
+Content contentOf(const QString& path)
 {
     QFile file(path);
-    return file.open(QIODevice::ReadOnly | QIODevice::Unbuffered) && file.read(4) == QByteArrayLiteral("\x7f" "ELF");
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
+        return Content::Unreadable;
+    return file.read(4) == QByteArrayLiteral("\x7f" "ELF") ? Content::Library : Content::Other;
 }
 
 void Search::takeFile(const QFileInfo& info, const QString& canonicalDirectory)
@@ -216,12 +221,16 @@ void Search::takeFile(const QFileInfo& info, const QString& canonicalDirectory)
     seen.insert(canonical);
     QAStNodePluginCenter::Plugin plugin;
     plugin.file = path;
-    if (!info.isReadable()) {
+    switch (contentOf(path)) {
+    case Content::Unreadable:
         plugin.problem = tr("cannot be read");
-    } else if (!looksLikeLibrary(path)) {
+        break;
+    case Content::Other:
         plugin.problem = tr("not a plug-in (not a shared library)");
-    } else {
+        break;
+    case Content::Library:
         load(path, plugin);
+        break;
     }
     registry().plugins << plugin;
 }

@@ -53,7 +53,7 @@ void withoutDacOverride(const std::function<void()>& run)
     __user_cap_data_struct saved[2] {}, reduced[2] {};
     const bool known = syscall(SYS_capget, &header, saved) == 0;
     std::copy(saved, saved + 2, reduced);
-    reduced[0].effective &= ~(1u << CAP_DAC_OVERRIDE);
+    reduced[0].effective &= ~((1u << CAP_DAC_OVERRIDE) | (1u << CAP_DAC_READ_SEARCH));
     const bool dropped = known && syscall(SYS_capset, &header, reduced) == 0;
     run();
     if (dropped)

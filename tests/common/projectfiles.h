@@ -23,7 +23,8 @@ QString documentBody(const QDomDocument& document);
 /// installation it was saved with: the DOCTYPE and each port's full path,
 /// which a load takes from the installed port.
 QList<QByteArray> withoutInstallationLines(const QByteArray& text);
-/// Runs \a run without the capability that lets root write in any directory,
-/// so that a directory's own permissions hold as they do for any user. The
-/// capability is the calling thread's, and comes back when \a run returns.
+/// Runs \a run without the capabilities that let root read and write any
+/// file or directory, so that their own permissions hold as they do for any
+/// user. The capabilities are the calling thread's, and come back when \a run
+/// returns.
 void withoutDacOverride(const std::function<void()>& run);
