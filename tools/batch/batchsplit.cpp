@@ -12,6 +12,7 @@
 #include <QSocketNotifier>
 #include <QTextStream>
 
+#include <cstdio>
 #include <unistd.h>
 
 int splitCommand(const QStringList& arguments, int stopSocket, int (*usageError)(const QString&))
@@ -39,6 +40,8 @@ int splitCommand(const QStringList& arguments, int stopSocket, int (*usageError)
     out << "splitting " << splitFile << " into " << QFileInfo(splitter.outputPath(QASTSplitSurvey::TraceOutput)).path()
         << " until Ctrl-C\n";
     out.flush();
+    // A pipe's stream is not flushed at a line's end: the caller waits for it.
+    std::fflush(stdout);
 
     QSocketNotifier interrupt(stopSocket, QSocketNotifier::Read);
     QObject::connect(&interrupt, &QSocketNotifier::activated, &splitter, [&] {
