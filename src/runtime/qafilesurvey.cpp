@@ -164,6 +164,8 @@ void QAFileSurvey::survey()
 
 void QAFileSurvey::deliverLine(char* line, qsizetype length)
 {
+    if (_reader)
+        _reader->takeLines(line, length);
     // The byte behind the line feed is borrowed for the terminator; the block
     // has room for one byte more than is ever read into it.
     const char kept = line[length];
@@ -172,9 +174,22 @@ void QAFileSurvey::deliverLine(char* line, qsizetype length)
     line[length] = kept;
 }
 
+void QAFileSurvey::deliverBuffer()
+{
+    // Emptied before the delivery: a listener may restart the survey.
+    QByteArray line = std::exchange(_lineBuffer, QByteArray());
+    if (_reader)
+        _reader->takeLines(line.constData(), line.size());
+    emit hasNewLine(line.constData());
+}
+
 void QAFileSurvey::readToEnd(int fd)
 {
     static const QMetaMethod growSignal = QMetaMethod::fromSignal(&QAFileSurvey::fileGrow);
+    static const QMetaMethod lineSignal = QMetaMethod::fromSignal(&QAFileSurvey::hasNewLine);
+    // Once for the poll: a listener connected during it waits for the next.
+    const bool eachByte = isSignalConnected(growSignal);
+    const bool batches = _reader && !eachByte && !isSignalConnected(lineSignal);
     if (_block.size() != blockSize + 1)
         _block.resize(blockSize + 1);
     const quint64 generation = _generation;
@@ -193,20 +208,32 @@ void QAFileSurvey::readToEnd(int fd)
         const char* carriageReturn = data - 1;
         const char* nul = data - 1;
         for (char* p = data; p < end && generation == _generation;) {
+            if (carriageReturn < p)
+                carriageReturn = findOr(p, end, '\r');
+            if (nul < p)
+                nul = findOr(p, end, '\0');
+            if (batches && _lineBuffer.isEmpty()) {
+                // Every whole line up to the next byte that must be dropped.
+                const char* limit = std::min(carriageReturn, nul);
+                if (const void* last = ::memrchr(p, '\n', size_t(limit - p))) {
+                    const qsizetype size = static_cast<const char*>(last) + 1 - p;
+                    _position += size;
+                    _currentDelay = _baseDelay;
+                    _reader->takeLines(p, size);
+                    p += size;
+                    continue;
+                }
+            }
             const char* lineFeed = findOr(p, end, '\n');
             char* const next = lineFeed == end ? const_cast<char*>(end) : const_cast<char*>(lineFeed) + 1;
             _position += next - p;
             _currentDelay = _baseDelay;
-            if (isSignalConnected(growSignal)) {
+            if (eachByte) {
                 for (qsizetype i = next - p; i > 0 && generation == _generation; --i)
                     emit fileGrow();
                 if (generation != _generation)
                     break;
             }
-            if (carriageReturn < p)
-                carriageReturn = findOr(p, end, '\r');
-            if (nul < p)
-                nul = findOr(p, end, '\0');
             // Carriage returns and NUL bytes never reach a line: a NUL would
             // end the text that the listeners see in the middle of a record.
             if (carriageReturn < next || nul < next) {
@@ -221,11 +248,8 @@ void QAFileSurvey::readToEnd(int fd)
             } else {
                 _lineBuffer.append(p, next - p);
             }
-            if (lineFeed != end) {
-                // Emptied before the emission: a listener may restart us.
-                const QByteArray line = std::exchange(_lineBuffer, QByteArray());
-                emit hasNewLine(line.constData());
-            }
+            if (lineFeed != end)
+                deliverBuffer();
             p = next;
         }
         if (generation != _generation)

@@ -26,12 +26,32 @@ bool isUpper(char c)
 
 // A DT record without a usable date: the value is the digit zero, or it is
 // followed by a double quote, as in an empty pair of them.
-bool hasNoDate(const char* line)
+bool hasNoDate(const char* line, qsizetype length)
 {
-    const char* value = line + 2;
-    while (*value == ' ')
+    qsizetype value = 2;
+    while (value < length && line[value] == ' ')
         ++value;
-    return *value == '0' || (*value != '\0' && value[1] == '"');
+    return value < length && (line[value] == '0' || (value + 1 < length && line[value + 1] == '"'));
+}
+
+// The one output of a record that goes to one output as it stands, or -1.
+int plainOutput(const char* line)
+{
+    if (!isUpper(line[0]))
+        return line[0] == 't' ? -1 : QASTSplitSurvey::UnsplitOutput;
+    if (!isUpper(line[1]))
+        return QASTSplitSurvey::UnsplitOutput;
+    switch (QASTSplitSurvey::getToolFromOpcode(quint8(line[0]) * 256 + quint8(line[1]))) {
+    case QASTSplitSurvey::CoverageTool:
+        return line[0] == 'D' && line[1] == 'T' ? -1 : QASTSplitSurvey::CoverageOutput;
+    case QASTSplitSurvey::TraceTool:
+        return QASTSplitSurvey::TraceOutput;
+    case QASTSplitSurvey::EndOfTestTool:
+    case QASTSplitSurvey::KeptTraceTool:
+        return -1;
+    default:
+        return QASTSplitSurvey::UnsplitOutput;
+    }
 }
 
 } // namespace
@@ -61,7 +81,9 @@ QASTSplitSurvey::QASTSplitSurvey(const QString& splitFile, const QString& tioFil
     connect(_survey, &QAFileSurvey::fileDisappear, this, &QASTSplitSurvey::disappeared);
     connect(_survey, &QAFileSurvey::fileShrink, this, &QASTSplitSurvey::shrinked);
     connect(_survey, &QAFileSurvey::surveyDone, this, &QASTSplitSurvey::closeOutputFile);
-    connect(_survey, &QAFileSurvey::hasNewLine, this, &QASTSplitSurvey::splitOneLine);
+    // Lines come in batches rather than through hasNewLine(): a busy stream
+    // brings millions, and a run of records of one tool is then one write.
+    _survey->setReader(this);
     connect(_survey, &QAFileSurvey::fileModified, this, &QASTSplitSurvey::modified);
 }
 
@@ -105,50 +127,84 @@ int QASTSplitSurvey::getToolFromOpcode(int opcode)
 
 void QASTSplitSurvey::splitOneLine(const char* line)
 {
-    warning("QASTSplitSurvey %p: %s", static_cast<void*>(this), line);
+    routeLine(line, qsizetype(std::strlen(line)));
+}
+
+void QASTSplitSurvey::takeLines(const char* lines, qsizetype size)
+{
+    const char* const end = lines + size;
+    const char* run = lines;
+    int runOutput = -1;
+    for (const char* line = lines; line < end;) {
+        const char* lineFeed = static_cast<const char*>(std::memchr(line, '\n', size_t(end - line)));
+        const char* const next = lineFeed ? lineFeed + 1 : end;
+        const int output = plainOutput(line);
+        if (output >= 0)
+            warning("QASTSplitSurvey %p: %.*s", static_cast<void*>(this), int(next - line), line);
+        if (output != runOutput || output < 0) {
+            if (runOutput >= 0)
+                appendLine(run, line - run, runOutput);
+            run = line;
+            runOutput = output;
+            if (output < 0) {
+                routeLine(line, next - line);
+                run = next;
+            }
+        }
+        line = next;
+    }
+    if (runOutput >= 0)
+        appendLine(run, end - run, runOutput);
+}
+
+void QASTSplitSurvey::routeLine(const char* line, qsizetype length)
+{
+    if (length == 0)
+        return;
+    warning("QASTSplitSurvey %p: %.*s", static_cast<void*>(this), int(length), line);
     if (!isUpper(line[0])) {
         // The end-of-test record: "t" and a byte up to "d", compared signed
         // as the stream's writers do.
-        if (line[0] == 't' && static_cast<signed char>(line[1]) <= 'd')
-            appendLine(line, EndOfTestOutput);
-        appendLine(line, UnsplitOutput);
+        if (line[0] == 't' && length > 1 && static_cast<signed char>(line[1]) <= 'd')
+            appendLine(line, length, EndOfTestOutput);
+        appendLine(line, length, UnsplitOutput);
         return;
     }
-    if (!isUpper(line[1])) {
-        appendLine(line, UnsplitOutput);
+    if (length < 2 || !isUpper(line[1])) {
+        appendLine(line, length, UnsplitOutput);
         return;
     }
     switch (getToolFromOpcode(quint8(line[0]) * 256 + quint8(line[1]))) {
     case CoverageTool:
-        if (line[0] == 'D' && line[1] == 'T' && hasNoDate(line)) {
+        if (line[0] == 'D' && line[1] == 'T' && hasNoDate(line, length)) {
             const std::time_t now = std::time(nullptr);
             char date[64] = {};
             ::ctime_r(&now, date);
             date[std::strcspn(date, "\n")] = '\0';
             const QByteArray stamped = QByteArray("DT \"") + date + "\"\n";
-            appendLine(stamped.constData(), CoverageOutput);
+            appendLine(stamped.constData(), stamped.size(), CoverageOutput);
         } else {
-            appendLine(line, CoverageOutput);
+            appendLine(line, length, CoverageOutput);
         }
         break;
     case TraceTool:
-        appendLine(line, TraceOutput);
+        appendLine(line, length, TraceOutput);
         break;
     case EndOfTestTool:
-        appendLine(line, EndOfTestOutput);
-        appendLine(line, UnsplitOutput);
+        appendLine(line, length, EndOfTestOutput);
+        appendLine(line, length, UnsplitOutput);
         break;
     case KeptTraceTool:
-        appendLine(line, UnsplitOutput);
-        appendLine(line, TraceOutput);
+        appendLine(line, length, UnsplitOutput);
+        appendLine(line, length, TraceOutput);
         break;
     default:
-        appendLine(line, UnsplitOutput);
+        appendLine(line, length, UnsplitOutput);
         break;
     }
 }
 
-void QASTSplitSurvey::appendLine(const char* line, int index)
+void QASTSplitSurvey::appendLine(const char* line, qsizetype length, int index)
 {
     FILE*& stream = _streams[index];
     if (!stream) {
@@ -161,7 +217,7 @@ void QASTSplitSurvey::appendLine(const char* line, int index)
             _buffers[index].reset(new char[outputBufferSize]);
         std::setvbuf(stream, _buffers[index].get(), _IOFBF, outputBufferSize);
     }
-    ::fputs_unlocked(line, stream);
+    ::fwrite_unlocked(line, 1, size_t(length), stream);
 }
 
 void QASTSplitSurvey::closeOutputFile()

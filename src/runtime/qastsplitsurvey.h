@@ -1,5 +1,6 @@
 #pragma once
 
+#include "qafilesurvey.h"
 #include "sdk_export.h"
 
 #include <QObject>
@@ -8,7 +9,6 @@
 #include <cstdio>
 #include <memory>
 
-class QAFileSurvey;
 class QTextEdit;
 
 /// Splits the one interleaved stream of records that a running target writes
@@ -20,7 +20,7 @@ class QTextEdit;
 /// outputs closed and complete on disk, so other processes may read them
 /// between polls; within a poll each output stays open, since records of
 /// different tools come interleaved.
-class SDK_EXPORT QASTSplitSurvey : public QObject
+class SDK_EXPORT QASTSplitSurvey : public QObject, private QAFileSurveyReader
 {
     Q_OBJECT
 public:
@@ -72,7 +72,9 @@ public slots:
     void modified() {}
 
 private:
-    void appendLine(const char* line, int index);
+    void takeLines(const char* lines, qsizetype size) override;
+    void routeLine(const char* line, qsizetype length);
+    void appendLine(const char* line, qsizetype length, int index);
 
     QAFileSurvey* _survey = nullptr;
     QString _splitFile;

@@ -86,6 +86,8 @@ private slots:
             << QByteArray("t0 end\ntd x\nt\n") << "txt:t0 end$td x$t$ spt:t0 end$td x$t$";
         QTest::newRow("a t line whose second byte is above 127 counts as end of test too")
             << QByteArray("t\xe9\n") << QString::fromLatin1("txt:t\xe9$ spt:t\xe9$");
+        QTest::newRow("carriage returns and NUL bytes are dropped from the records")
+            << QByteArray("CS a\r\nCS b\nZZ\0c\nCS d\n", 21) << "tdf:CS a$CS b$CS d$ spt:ZZc$";
         QTest::newRow("a te line, an x line, an empty line and an unknown pair are unsplit")
             << QByteArray("te x\nx y\n\nZZ q\nC1 z\n") << "spt:te x$x y$$ZZ q$C1 z$";
     }
