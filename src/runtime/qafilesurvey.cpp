@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <limits>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
@@ -144,8 +145,13 @@ void QAFileSurvey::survey()
     _exists = true;
 
     struct stat status;
-    if (::fstat(fd, &status) == 0)
+    // A poll reads what the file held when it began: a listener that writes
+    // into the file it follows must not keep the poll going for ever.
+    qint64 size = std::numeric_limits<qint64>::max();
+    if (::fstat(fd, &status) == 0) {
         noteModification(status.st_mtime);
+        size = status.st_size;
+    }
     if (::lseek(fd, off_t(_position), SEEK_SET) < 0) {
         ::close(fd);
         emit surveyDone();
@@ -156,7 +162,7 @@ void QAFileSurvey::survey()
     stop();
     warning("check for new Line for %s (delay = %d)", qPrintable(_path), _currentDelay);
     lengthenDelay();
-    readToEnd(fd);
+    readToEnd(fd, size);
     start();
     ::close(fd);
     emit surveyDone();
@@ -183,7 +189,7 @@ void QAFileSurvey::deliverBuffer()
     emit hasNewLine(line.constData());
 }
 
-void QAFileSurvey::readToEnd(int fd)
+void QAFileSurvey::readToEnd(int fd, qint64 size)
 {
     static const QMetaMethod growSignal = QMetaMethod::fromSignal(&QAFileSurvey::fileGrow);
     static const QMetaMethod lineSignal = QMetaMethod::fromSignal(&QAFileSurvey::hasNewLine);
@@ -196,7 +202,7 @@ void QAFileSurvey::readToEnd(int fd)
     bool stalled = false;
     while (!stalled) {
         char* const data = _block.data();
-        const ssize_t got = ::read(fd, data, size_t(blockSize));
+        const ssize_t got = ::read(fd, data, size_t(std::clamp<qint64>(size - _position, 0, blockSize)));
         if (got < 0 && errno == EINTR)
             continue;
         if (got <= 0)
@@ -255,9 +261,9 @@ void QAFileSurvey::readToEnd(int fd)
         if (generation != _generation)
             return;
     }
-    const off_t size = ::lseek(fd, 0, SEEK_END);
-    if (size >= 0 && size < _position) {
-        _position = size;
+    const off_t end = ::lseek(fd, 0, SEEK_END);
+    if (end >= 0 && end < _position) {
+        _position = end;
         shrinking();
     }
 }

@@ -86,8 +86,8 @@ private:
     bool shrinking();
     void lengthenDelay();
     void noteModification(time_t modification);
-    /// Reads and dispatches everything from position to the end of the file.
-    void readToEnd(int fd);
+    /// Reads and dispatches everything from position up to \a size.
+    void readToEnd(int fd, qint64 size);
     void deliverLine(char* line, qsizetype length);
     void deliverBuffer();
 

@@ -120,6 +120,17 @@ private slots:
         QTEST(events.join(' '), "events");
     }
 
+    // Each poll reads what the stream held when it began, so one that feeds
+    // itself ends.
+    void streamIsItsOwnOutput()
+    {
+        write("PC 1\n");
+        QASTSplitJavaPSurvey splitter(nullptr, stream, stream, {}, false, false, true);
+        splitter.fileSurvey()->survey();
+        splitter.fileSurvey()->survey();
+        QCOMPARE(read(stream), "PC 1$PC 1$PC 1$");
+    }
+
     void restartedStream_data()
     {
         QTest::addColumn<bool>("deleted");
