@@ -87,21 +87,38 @@ public:
         while ((got = ::read(in, block.data(), block.size())) > 0) {
             const char* p = block.data();
             const char* const end = p + got;
+            // A run of records of one output is copied at once.
+            const char* run = p;
+            int runOutput = -1;
             while (p < end) {
                 const char* lineFeed = static_cast<const char*>(std::memchr(p, '\n', size_t(end - p)));
                 if (!lineFeed) {
                     pending.append(p, end);
                     break;
                 }
-                if (pending.empty()) {
-                    route(p, size_t(lineFeed + 1 - p));
-                } else {
-                    pending.append(p, lineFeed + 1);
+                const char* const next = lineFeed + 1;
+                if (!pending.empty()) {
+                    pending.append(p, next);
                     route(pending.data(), pending.size());
                     pending.clear();
+                    run = next;
+                } else {
+                    const int output = outputOf(p);
+                    if (output != runOutput || output < 0) {
+                        if (runOutput >= 0)
+                            add(runOutput, run, size_t(p - run));
+                        run = p;
+                        runOutput = output;
+                        if (output < 0) {
+                            route(p, size_t(next - p));
+                            run = next;
+                        }
+                    }
                 }
-                p = lineFeed + 1;
+                p = next;
             }
+            if (runOutput >= 0)
+                add(runOutput, run, size_t(p - run));
         }
         ::close(in);
         for (int i = 0; i < 3; ++i) {
@@ -114,12 +131,24 @@ public:
     }
 
 private:
-    void route(const char* line, size_t length)
+    // The one output of a record, or -1 for one kept in two.
+    static int outputOf(const char* line)
     {
         const int tool = QASTSplitSurvey::getToolFromOpcode(quint8(line[0]) * 256 + quint8(line[1]));
-        if (tool == QASTSplitSurvey::KeptTraceTool)
-            add(2, line, length);
-        add(tool == QASTSplitSurvey::CoverageTool ? 0 : tool == QASTSplitSurvey::UnknownTool ? 2 : 1, line, length);
+        return tool == QASTSplitSurvey::KeptTraceTool ? -1
+            : tool == QASTSplitSurvey::CoverageTool   ? 0
+            : tool == QASTSplitSurvey::UnknownTool    ? 2
+                                                      : 1;
+    }
+    void route(const char* line, size_t length)
+    {
+        const int output = outputOf(line);
+        if (output >= 0) {
+            add(output, line, length);
+            return;
+        }
+        add(2, line, length);
+        add(1, line, length);
     }
     void add(int output, const char* line, size_t length)
     {
