@@ -270,39 +270,28 @@ void QAFileSurvey::readToEnd(int fd, qint64 size)
 
 bool QAFileSurvey::disappearing()
 {
-    switch (_disappearPolicy) {
-    case Signal:
-        _exists = false;
-        emit fileDisappear();
-        return false;
-    case Stop:
-        stop();
-        _exists = false;
-        emit fileDisappear();
-        return true;
-    case Restart:
-        stop();
-        emit fileDisappear();
-        restart(false);
-        return true;
-    default:
-        return true;
-    }
+    return follow(_disappearPolicy, &QAFileSurvey::fileDisappear, true);
 }
 
 bool QAFileSurvey::shrinking()
 {
-    switch (_shrinkPolicy) {
+    return follow(_shrinkPolicy, &QAFileSurvey::fileShrink, false);
+}
+
+bool QAFileSurvey::follow(int policy, void (QAFileSurvey::*event)(), bool gone)
+{
+    switch (policy) {
     case Signal:
-        emit fileShrink();
-        return false;
     case Stop:
-        stop();
-        emit fileShrink();
-        return true;
+        if (policy == Stop)
+            stop();
+        if (gone)
+            _exists = false;
+        emit(this->*event)();
+        return policy == Stop;
     case Restart:
         stop();
-        emit fileShrink();
+        emit(this->*event)();
         restart(false);
         return true;
     default:

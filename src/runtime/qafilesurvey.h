@@ -84,6 +84,9 @@ public slots:
 private:
     bool disappearing();
     bool shrinking();
+    /// Applies \a policy to an \a event of the file, which is \a gone for a
+    /// disappearance; true when the reading must end.
+    bool follow(int policy, void (QAFileSurvey::*event)(), bool gone);
     void lengthenDelay();
     void noteModification(time_t modification);
     /// Reads and dispatches everything from position up to \a size.

@@ -22,24 +22,6 @@ class tst_BatchSplit : public QObject
     }
 
 private slots:
-    void usage_data()
-    {
-        QTest::addColumn<QStringList>("arguments");
-        QTest::addColumn<QString>("message");
-        QTest::newRow("split without a split file") << QStringList {"split"} << "split needs a split file";
-        QTest::newRow("split with more than a file and a directory")
-            << QStringList {"split", "a.spt", "out", "more"} << "too many arguments for split";
-    }
-    void usage()
-    {
-        QFETCH(QStringList, arguments);
-        BatchFixture fixture;
-        const BatchFixture::Run run = fixture.run(arguments);
-        QCOMPARE(run.status, 4);
-        QFETCH(QString, message);
-        QVERIFY2(run.err.contains(message), qPrintable(run.err));
-    }
-
     // The backlog is split at once, what is appended arrives while the
     // program runs, and what came just before a stop request still arrives.
     void followsUntilStopped_data()
