@@ -222,11 +222,11 @@ void QAFileSurvey::readToEnd(int fd, qint64 size)
                 // Every whole line up to the next byte that must be dropped.
                 const char* limit = std::min(carriageReturn, nul);
                 if (const void* last = ::memrchr(p, '\n', size_t(limit - p))) {
-                    const qsizetype size = static_cast<const char*>(last) + 1 - p;
-                    _position += size;
+                    const qsizetype taken = static_cast<const char*>(last) + 1 - p;
+                    _position += taken;
                     _currentDelay = _baseDelay;
-                    _reader->takeLines(p, size);
-                    p += size;
+                    _reader->takeLines(p, taken);
+                    p += taken;
                     continue;
                 }
             }
