@@ -3,6 +3,7 @@
 
 #include "batchhost.h"
 #include "batchsession.h"
+#include "batchsplit.h"
 
 #include "qaprocess.h"
 #include "qastconfiguration.h"
@@ -27,6 +28,7 @@ const char usage[] =
     "usage: velmont-batch [--config NAME] PROJECT COMMAND [NODE]\n"
     "       velmont-batch ports\n"
     "       velmont-batch plugins\n"
+    "       velmont-batch split SPLITFILE [DIR]\n"
     "\n"
     "Opens the project file PROJECT in batch mode and runs COMMAND on the\n"
     "project, or on the node that NODE names: the names of the nodes from the\n"
@@ -45,6 +47,12 @@ const char usage[] =
     "  ports            the installed target deployment ports\n"
     "  plugins          each plug-in file found, or linked in, with its name and\n"
     "                   features, and each file refused with the reason\n"
+    "  split SPLITFILE [DIR]\n"
+    "                   follows the record stream SPLITFILE while it grows and\n"
+    "                   appends each record to its tool's file in DIR (the\n"
+    "                   stream's directory by default); the run-time, end of\n"
+    "                   test and unsplit files lie beside the stream. Needs no\n"
+    "                   project; Ctrl-C or SIGTERM ends it\n"
     "\n"
     "Options:\n"
     "  -c, --config NAME  run in the configuration NAME\n"
@@ -255,10 +263,12 @@ int main(int argc, char** argv)
     }
     const QStringList& positional = arguments.positional;
     if (positional != QStringList {QStringLiteral("ports")} && positional != QStringList {QStringLiteral("plugins")}
-        && positional.size() < 2)
+        && positional.value(0) != QLatin1String("split") && positional.size() < 2)
         return usageError(positional.isEmpty() ? QStringLiteral("a project and a command are needed")
                                                : QStringLiteral("a command is needed"));
     catchStopRequests(true);
+    if (positional.value(0) == QLatin1String("split"))
+        return splitCommand(positional.mid(1), signalPipe[0], usageError);
     // A process that a step's script left behind becomes this program's
     // child instead of init's when the script ends, so that a stop can reap
     // it before the program ends.
