@@ -429,8 +429,14 @@ bool SourceMetrics::measure(const QString& source, MetricItem& file, QString* er
     const QFileInfo info(source);
     QList<QByteArray> arguments = d->arguments;
     static const QStringList cplusplus {"cpp", "cc", "cxx", "c++", "hpp", "hh", "hxx", "h++", "C"};
-    if (cplusplus.contains(info.suffix()) && !arguments.contains("-x"))
+    const bool isCplusplus = arguments.contains("-x") ? arguments.contains("c++") : cplusplus.contains(info.suffix());
+    if (isCplusplus && !arguments.contains("-x"))
         arguments.prepend("c++"), arguments.prepend("-x");
+    // A configuration's flags are written for one language, and a metrics
+    // run may see sources of both: a standard of the other one is left out.
+    arguments.removeIf([&](const QByteArray& argument) {
+        return argument.startsWith("-std=") && argument.contains("++") != isCplusplus;
+    });
     std::vector<const char*> argv;
     for (const QByteArray& argument : std::as_const(arguments))
         argv.push_back(argument.constData());
