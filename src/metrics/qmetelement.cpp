@@ -132,12 +132,14 @@ QMetMetric* QMetElement::addMetric(QMap<QString, QMetMetric*>& metrics, const QS
 
 void QMetElement::createChildMetrics(const QString& key)
 {
-    if (_metrics.contains(key + sumSuffix))
+    if (_families.contains(key))
         return;
-    addMetric(_metrics, key + sumSuffix, tr("Sum of %1").arg(key));
-    addMetric(_metrics, key + meanSuffix, tr("Mean of %1").arg(key));
-    addMetric(_metrics, key + maxSuffix, tr("Max of %1").arg(key));
-    addMetric(_metrics, key + stdSuffix, tr("Standard deviation of %1").arg(key));
+    Family family;
+    family.sum = addMetric(_metrics, key + sumSuffix, tr("Sum of %1").arg(key));
+    family.mean = addMetric(_metrics, key + meanSuffix, tr("Mean of %1").arg(key));
+    family.max = addMetric(_metrics, key + maxSuffix, tr("Max of %1").arg(key));
+    family.deviation = addMetric(_metrics, key + stdSuffix, tr("Standard deviation of %1").arg(key));
+    _families.insert(key, family);
     if (_parent)
         _parent->createChildMetrics(key);
 }
@@ -158,18 +160,14 @@ bool QMetElement::testEndSring2(const QString& key)
 
 void QMetElement::updateParentMetrics()
 {
-    // The keys are taken first: the parent's family never lands here, but a
-    // plain key and its own _SUM may both stand on one element.
-    const QList<QMetMetric*> values = _metrics.values();
-    for (QMetMetric* metric : values) {
-        const QString key = metric->key();
-        switch (testEndSring(key)) {
+    for (auto it = _metrics.constBegin(); it != _metrics.constEnd(); ++it) {
+        switch (testEndSring(it.key())) {
         case 0:
             if (_parent)
-                calculateMetricsNew(key, metric->value());
+                calculateMetricsNew(it.key(), it.value()->value());
             break;
         case 1:
-            calculateMetrics(key);
+            calculateMetrics(it.key());
             break;
         default:
             break;
@@ -179,31 +177,34 @@ void QMetElement::updateParentMetrics()
 
 void QMetElement::calculateMetricsNew(const QString& key, float value)
 {
-    if (QMetMetric* sum = _parent->metric(key + sumSuffix))
-        sum->addValue(value);
-    _parent->_counters[key] += 1;
-    if (QMetMetric* max = _parent->metric(key + maxSuffix))
-        max->raise(value);
+    const auto family = _parent->_families.find(key);
+    if (family == _parent->_families.end())
+        return;
+    family->sum->addValue(value);
+    family->counter += 1;
+    family->max->raise(value);
 }
 
 void QMetElement::calculateMetrics(const QString& sumKey)
 {
+    // A file may give a key ending in "_SUM" itself: it has no family here,
+    // and passes on nothing but its sum.
     const QString key = baseKey(sumKey, sumSuffix);
     const float sum = _metrics.value(sumKey)->value();
-    const int count = _counters.value(key);
+    const Family own = _families.value(key);
     if (_parent) {
-        if (QMetMetric* parentSum = _parent->metric(sumKey))
-            parentSum->addValue(sum);
-        _parent->_counters[key] += count;
-        QMetMetric* max = metric(key + maxSuffix);
-        QMetMetric* parentMax = _parent->metric(key + maxSuffix);
-        if (max && parentMax)
-            parentMax->raise(max->value());
+        const auto family = _parent->_families.find(key);
+        if (family != _parent->_families.end()) {
+            family->sum->addValue(sum);
+            family->counter += own.counter;
+            if (own.max)
+                family->max->raise(own.max->value());
+        }
     }
     // The root's mean is made too, though no query reads it: its deviation
     // is measured against it.
-    if (QMetMetric* mean = metric(key + meanSuffix))
-        mean->setValue(count != 0 ? sum / float(count) : 0);
+    if (own.mean)
+        own.mean->setValue(own.counter != 0 ? sum / float(own.counter) : 0);
 }
 
 void QMetElement::updateMetrics()
@@ -226,13 +227,8 @@ void QMetElement::updateMetrics()
     }
     for (QMetElement* child : std::as_const(_children))
         child->updateMetrics();
-    for (auto it = _metrics.constBegin(); it != _metrics.constEnd(); ++it) {
-        if (!it.key().endsWith(stdSuffix))
-            continue;
-        const QString key = baseKey(it.key(), stdSuffix);
-        const QMetMetric* mean = metric(key + meanSuffix);
-        stdMetrics(it.value(), key, mean ? mean->value() : 0);
-    }
+    for (auto it = _families.constBegin(); it != _families.constEnd(); ++it)
+        stdMetrics(it->deviation, it.key(), it->mean->value());
 }
 
 void QMetElement::createChild2Metrics()
@@ -262,10 +258,9 @@ void QMetElement::createChild2Metrics()
 void QMetElement::calculateMetrics2(const QString& sumKey)
 {
     const QString key = baseKey(sumKey, sum2Suffix);
-    const QMetMetric* ownSum = metric(key + sumSuffix);
-    const QMetMetric* ownMax = metric(key + maxSuffix);
-    float sum = ownSum ? ownSum->value() : 0;
-    float max = ownSum && ownMax ? ownMax->value() : 0;
+    const Family own = _families.value(key);
+    float sum = own.sum ? own.sum->value() : 0;
+    float max = own.max ? own.max->value() : 0;
     for (const QMetElement* member : std::as_const(_classMembers)) {
         if (const QMetMetric* value = member->metric(key)) {
             sum += value->value();

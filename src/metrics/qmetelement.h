@@ -3,6 +3,7 @@
 #include "sdk_export.h"
 
 #include <QDomElement>
+#include <QHash>
 #include <QList>
 #include <QMap>
 #include <QObject>
@@ -67,7 +68,8 @@ public:
     QMetMetric* metric2(const QString& key) const { return _metrics2.value(key); }
     const QList<QMetElement*>& children() const { return _children; }
     const QList<QMetElement*>& classMembers() const { return _classMembers; }
-    int counter(const QString& key) const { return _counters.value(key); }
+    /// The number of leaf values behind the base key \a key.
+    int counter(const QString& key) const { return _families.value(key).counter; }
     QString name() const { return _name; }
     QString type() const { return _type; }
     void setType(const QString& type) { _type = type; }
@@ -94,7 +96,17 @@ private:
     QMap<QString, QMetMetric*> _metrics2;
     QList<QMetElement*> _children;
     QList<QMetElement*> _classMembers;
-    QMap<QString, int> _counters;
+    /// The derived family of each base key and the number of leaf values
+    /// behind it, found without building the suffixed key names again: a
+    /// load passes every value of every leaf through here.
+    struct Family {
+        QMetMetric* sum = nullptr;
+        QMetMetric* mean = nullptr;
+        QMetMetric* max = nullptr;
+        QMetMetric* deviation = nullptr;
+        int counter = 0;
+    };
+    QHash<QString, Family> _families;
     QMap<QString, QList<QMetElement*>> _orphans;
     QMap<QString, QMetElement*> _classes;
     QString _name;

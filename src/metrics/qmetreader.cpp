@@ -4,6 +4,7 @@
 #include "studiointerface.h"
 
 #include <QFile>
+#include <QHash>
 #include <QLoggingCategory>
 #include <QXmlStreamReader>
 
@@ -61,8 +62,21 @@ QDomElement QMetReader::readXmlFile(const QString& file)
     }
     // The file is read straight into the reader's document, behind the last
     // file, and taken out again when it turns out broken: no copy of a file
-    // that parsed, which a deep import would cost.
-    QXmlStreamReader reader(&device);
+    // that parsed, which a deep import would cost. Names of tags and
+    // attributes repeat on every line: each is made once and shared.
+    const QByteArray content = device.readAll();
+    QXmlStreamReader reader(content);
+    reader.setNamespaceProcessing(false);
+    QHash<QStringView, QString> names;
+    auto shared = [&names](QStringView name) -> QString {
+        auto it = names.constFind(name);
+        if (it == names.cend()) {
+            // The key views the text that the value keeps alive.
+            const QString owned = name.toString();
+            it = names.insert(QStringView(owned), owned);
+        }
+        return it.value();
+    };
     QDomElement top;
     QDomElement current;
     int depth = 0;
@@ -73,10 +87,10 @@ QDomElement QMetReader::readXmlFile(const QString& file)
                 reader.raiseError(QStringLiteral("items nested too deep"));
                 break;
             }
-            QDomElement element = _document.createElement(reader.name().toString());
+            QDomElement element = _document.createElement(shared(reader.name()));
             const QXmlStreamAttributes attributes = reader.attributes();
             for (const QXmlStreamAttribute& attribute : attributes)
-                element.setAttribute(attribute.qualifiedName().toString(), attribute.value().toString());
+                element.setAttribute(shared(attribute.qualifiedName()), attribute.value().toString());
             if (top.isNull()) {
                 top = element;
                 _root.appendChild(top);
