@@ -54,10 +54,9 @@ void QMetElement::init()
     if (_type == QLatin1String("FILE")) {
         _dir = _domElement.attribute(QStringLiteral("Dir"));
     } else if (_type == QLatin1String("CLASS")) {
-        QMetElement* top = root();
-        // The first class of a name keeps it: a member finds one class only.
-        if (!top->_classes.contains(_name))
-            top->_classes.insert(_name, this);
+        // A class of a name met again replaces the first: its members join
+        // the one read last.
+        root()->_classes.insert(_name, this);
     } else if (isMemberType(_type)) {
         _className = _domElement.attribute(QStringLiteral("Class"));
         if (!_className.isEmpty() && _className != _parent->_name)

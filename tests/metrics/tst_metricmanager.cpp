@@ -1,6 +1,7 @@
 // The metrics batch: one run of the tool chain's metrics script per file,
 // its metrics files collected, its end signalled once however it ends.
 
+#include "qastconfiguration.h"
 #include "qastmetricmanager.h"
 #include "qmetquery.h"
 #include "qmettree.h"
@@ -102,6 +103,32 @@ private slots:
         QCOMPARE(query.getVgSumValue("other.c"), QStringLiteral("1"));
         QCoreApplication::processEvents();
         QCOMPARE(finished.size(), 1);
+    }
+
+    void readsTheSourceWithTheNodesSettings()
+    {
+        // The branch counts only when both the configuration's macro and
+        // the header found through its include directories turn it on.
+        QVERIFY(QDir(dir.path()).mkpath("inc"));
+        source("inc/level.h", "#define LEVEL 1\n");
+        const QString branch = source("branch.c", "#include \"level.h\"\nint f(int a)\n{\n#if WIDE && LEVEL\n"
+                                                  "  if (a) return 1;\n#endif\n  return a ? 2 : 3;\n}\n");
+        WithoutMenus<QAStNode> configured(QStringLiteral("configured"), QPixmap());
+        configured.addConfiguration(QStringLiteral("Debug"));
+        configured.setCurrentConfiguration(QStringLiteral("Debug"));
+        QAStConfiguration* settings = configured.currentConfiguration();
+        QVERIFY(settings);
+        settings->setProperty(QStringLiteral("cppFlags"), QStringLiteral("-D WIDE -O2"));
+        settings->setProperty(QStringLiteral("cflags"), QStringLiteral("-std=gnu17 -g"));
+        settings->setProperty(QStringLiteral("ge_incdir"), QStringList {dir.filePath("inc")});
+        QAStMetricManager manager({branch}, &configured, false, false);
+        QSignalSpy finished(&manager, &QAStMetricManager::computeMetricFinished);
+        manager.start();
+        QVERIFY(finished.wait(9000));
+        QVERIFY(manager.isSuccess());
+        QMetTree tree(manager.metricFilesMap().value(branch));
+        tree.init();
+        QCOMPARE(QMetQuery(&tree).getVgValue("branch.c", 2), QStringLiteral("3"));
     }
 
     void abortEndsTheBatchOnce()
