@@ -4,6 +4,7 @@
 #include "batchhost.h"
 #include "batchsession.h"
 #include "batchsplit.h"
+#include "metricscommand.h"
 
 #include "qaprocess.h"
 #include "qastconfiguration.h"
@@ -26,6 +27,7 @@ namespace {
 
 const char usage[] =
     "usage: velmont-batch [--config NAME] PROJECT COMMAND [NODE]\n"
+    "       velmont-batch [--config NAME] [--stroud N] PROJECT metrics FILE...\n"
     "       velmont-batch ports\n"
     "       velmont-batch plugins\n"
     "       velmont-batch split SPLITFILE [DIR]\n"
@@ -45,6 +47,9 @@ const char usage[] =
     "  env NODE         the environment file that a step of the node gets\n"
     "  configs          the project's configurations; * marks the current one\n"
     "  ports            the installed target deployment ports\n"
+    "  metrics FILE...  the static metrics of each C or C++ file, in the project's\n"
+    "                   settings: each function's and the file's totals; the\n"
+    "                   metrics files go to the current directory\n"
     "  plugins          each plug-in file found, or linked in, with its name and\n"
     "                   features, and each file refused with the reason\n"
     "  split SPLITFILE [DIR]\n"
@@ -56,6 +61,8 @@ const char usage[] =
     "\n"
     "Options:\n"
     "  -c, --config NAME  run in the configuration NAME\n"
+    "  --stroud N         testing time is the Halstead effort divided by N\n"
+    "                     (default 18)\n"
     "  -h, --help         show this text\n"
     "\n"
     "Progress goes to standard output, the scripts' output to standard error.\n"
@@ -66,6 +73,7 @@ const char usage[] =
 
 struct Arguments {
     QString configuration;
+    QString stroud;
     QStringList positional;
     bool help = false;
     QString error;
@@ -84,6 +92,12 @@ Arguments parse(const QStringList& arguments)
                 return parsed;
             }
             parsed.configuration = arguments.at(i);
+        } else if (argument == QLatin1String("--stroud")) {
+            if (++i == arguments.size()) {
+                parsed.error = argument + QStringLiteral(" needs a number");
+                return parsed;
+            }
+            parsed.stroud = arguments.at(i);
         } else if (argument.startsWith(QLatin1String("--config="))) {
             parsed.configuration = argument.mid(9);
         } else if (argument.startsWith(QLatin1Char('-')) && argument.size() > 1) {
@@ -246,6 +260,11 @@ int loadAndRun(Library& library, BatchSession& session, QTextStream& out, const 
         [[maybe_unused]] const ssize_t got = ::read(signalPipe[0], &byte, 1);
         session.stop();
     });
+    if (command == QLatin1String("metrics")) {
+        MetricsCommand metrics(session, out, arguments.stroud);
+        QObject::connect(&interrupt, &QSocketNotifier::activated, &metrics, &MetricsCommand::stop);
+        return metrics.run(positional.mid(2));
+    }
     return runCommand(session, command, positional.mid(2));
 }
 
