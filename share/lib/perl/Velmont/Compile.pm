@@ -15,7 +15,8 @@ use Velmont::Run qw(run_tool);
 
 our @EXPORT_OK = qw(compile_source compile_flags runtime_source);
 
-no strict 'vars';
+# The environment file's variables, by name.
+no strict 'refs';
 
 sub setting {
     my ($name) = @_;
