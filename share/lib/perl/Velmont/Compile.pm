@@ -36,14 +36,11 @@ sub intermediate_dir {
     return File::Spec->rel2abs($dir);
 }
 
-# Preprocessor and compiler options: the port's defaults first, so that the
-# settings of the node can override them, then the include directories.
+# Preprocessor and compiler options, then the include directories. A
+# configuration starts from its port's defaults, so the settings hold them.
 sub compile_flags {
-    my ($port) = @_;
     my @flags;
-    push @flags, shellwords($port->{DEFAULT_CPPFLAGS} // '');
     push @flags, shellwords(setting('CPPFLAGS'));
-    push @flags, shellwords($port->{DEFAULT_CFLAGS} // '');
     push @flags, shellwords(setting('CFLAGS'));
     push @flags, map { '-I' . File::Spec->rel2abs($_) } grep { length } setting_list('INCLUDE_DIR_LIST');
     return @flags;
@@ -114,7 +111,7 @@ sub compile_source {
     my @instrumentation = instrumentation_flags();
     # An object of an earlier run must not pass for this one's.
     unlink $object;
-    my $status = run_tool($compiler, compile_flags($port), @instrumentation, '-c', $file, '-o', $object);
+    my $status = run_tool($compiler, compile_flags(), @instrumentation, '-c', $file, '-o', $object);
     return $status if $status;
     log_file('OBJ', $object);
     my $coverage = grep { $_ eq '--coverage' } @instrumentation;
