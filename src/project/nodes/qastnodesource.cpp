@@ -87,11 +87,6 @@ unsigned int QAStNodeSource::settingsMask() const
     return 0x4000;
 }
 
-bool QAStNodeSource::mustRebuilt()
-{
-    return QAStNodeFileRef::mustRebuilt();
-}
-
 void QAStNodeSource::generateEnv(QTextStream& stream)
 {
     QAStData::generateEnv(stream);

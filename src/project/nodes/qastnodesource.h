@@ -21,7 +21,6 @@ public:
     void generateEnv(QTextStream& stream) override;
     QAPropertyGroup* propertyGroup() override;
     unsigned int settingsMask() const override;
-    bool mustRebuilt() override;
 
     bool integratedSource() const { return _mode.get() == Integrated; }
     Mode mode() const { return static_cast<Mode>(_mode.get()); }

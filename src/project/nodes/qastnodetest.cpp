@@ -3,10 +3,12 @@
 #include "nodemenus_p.h"
 #include "qafileutil.h"
 #include "qainterfaceids.h"
+#include "qamessagebox.h"
 #include "qastconfiguration.h"
 #include "qastnodeplugincenter.h"
 #include "qastproject.h"
 #include "qatrace.h"
+#include "studiointerface.h"
 #include "viewerinterface.h"
 
 #include <QDir>
@@ -15,6 +17,7 @@
 #include <QFileInfo>
 #include <QMenu>
 #include <QTextStream>
+#include <QWidget>
 
 namespace {
 
@@ -308,10 +311,59 @@ void QAStNodeTest::coverageOnTheFly(QStringList& files)
     Q_UNUSED(files);
 }
 
+// The memory profile of a Java run: the files its viewer follows, named by
+// the settings or after the node, and the viewer itself when the run is
+// watched as it goes.
 void QAStNodeTest::memvexJava(QString* tsf, QString* tpf)
 {
-    Q_UNUSED(tsf);
-    Q_UNUSED(tpf);
+    StudioInterface* studio = studioIFace();
+    if (!studio)
+        return;
+    QUnknownInterface* face = nullptr;
+    QAStNodePluginCenter::nodePluginCenter()->queryComponentInterface(QStringLiteral("Pvi"), IID_Viewer, &face);
+    if (!face) {
+        QAMessageBox::critical(mainWindow(), !QAStProject::modeBatch(), tr("Memory Profile"),
+                               tr("Unable to load this viewer."), QMessageBox::Ok);
+        return;
+    }
+    const QAStConfiguration* configuration = currentConfiguration();
+    if (!configuration) {
+        face->release();
+        return;
+    }
+    auto setting = [configuration](const char* key) {
+        return configuration->property(QString::fromLatin1(key)).toString();
+    };
+    const QString intdir = setting("intdir") + QDir::separator();
+    const QString split = intdir + name() + QStringLiteral(".jpt");
+    QFile::remove(determineAbsolutePathFile(split));
+    const QString tsfName = setting("javaTsfFileName");
+    *tsf = determineAbsolutePathFile(intdir + (tsfName == QLatin1String("<default>") ? name() : tsfName)
+                                     + QStringLiteral(".txf"));
+    const QString tpfName = setting("javaTpfFileName");
+    *tpf = tpfName == QLatin1String("<default>") ? tpfFile()
+                                                 : determineAbsolutePathFile(intdir + tpfName + QStringLiteral(".tpf"));
+    if (!configuration->property(QStringLiteral("javaHitKey")).toBool()) {
+        face->release();
+        return;
+    }
+    QStringList files {*tsf, *tpf, split};
+    files += configuration->property(QStringLiteral("javaBootClasspath")).toStringList();
+    files += configuration->property(QStringLiteral("javaClasspath")).toStringList();
+    QWidget* window = viewers.value(QStringLiteral("Pvi"));
+    if (!window) {
+        const QByteArray title = dottedTitle().toUtf8();
+        window = static_cast<ViewerInterface*>(face)->create(files, nullptr, title.constData());
+    }
+    face->release();
+    if (!window) {
+        QAMessageBox::critical(mainWindow(), !QAStProject::modeBatch(), tr("Memory Profile"),
+                               tr("Unable to create this viewer."), QMessageBox::Ok);
+        return;
+    }
+    window->setWindowTitle(dottedTitle());
+    viewers.insert(QStringLiteral("Pvi"), window);
+    studio->showViewer(window);
 }
 
 // ---------------------------------------------------------------------------
