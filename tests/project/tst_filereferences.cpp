@@ -1,4 +1,5 @@
 #include "qapropertygroup.h"
+#include "qares.h"
 #include "qastdatacopydrag.h"
 #include "qastdatafactory.h"
 #include "qastfile.h"
@@ -13,6 +14,7 @@
 #include <QDomDocument>
 #include <QGuiApplication>
 #include <QTemporaryDir>
+#include <QTemporaryFile>
 #include <QTest>
 
 #include <memory>
@@ -116,6 +118,23 @@ private slots:
         QCOMPARE(QDir::cleanPath(source->fullPath()), QDir::cleanPath(QString(full).replace(QLatin1Char('@'), top)));
         QVERIFY(source->integratedSource());
         QCOMPARE(source->perlScriptAfterChild(), QStringLiteral("Source.pl"));
+    }
+
+    // The older resource form names the key "key" and the mode "integrated".
+    void olderFormKeysReadWithSlashes()
+    {
+        QTemporaryFile file;
+        QVERIFY(file.open());
+        file.write("node = { type = \"Source\"; name = \"a.c\"; key = \"src\\sub\\a.c\"; integrated = true; };\n");
+        file.close();
+        std::unique_ptr<QARes> resources(QARes::read(QFile::encodeName(file.fileName()).constData(), false));
+        QVERIFY(resources);
+        auto* source = qobject_cast<QAStNodeSource*>(QAStDataFactory::create(
+            QAStDataFactory::resourceClassName(QStringLiteral("Source")), resources.get(), project.get(), nullptr));
+        QVERIFY(source);
+        QCOMPARE(source->fileKey(), QStringLiteral("src/sub/a.c"));
+        QCOMPARE(source->fullPath(), project->directory() + QStringLiteral("/src/sub/a.c"));
+        QVERIFY(source->integratedSource());
     }
 
     // The two tags behind the reference stand at the source's own indent,
