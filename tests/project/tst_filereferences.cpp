@@ -108,8 +108,10 @@ private slots:
         QFETCH(QString, key);
         QFETCH(QString, full);
         const QString top = project->directory();
-        QString text = written;
-        text.replace(QLatin1Char('@'), QString(top).replace(QLatin1Char('/'), written.contains(QLatin1Char('\\')) ? QLatin1Char('\\') : QLatin1Char('/')));
+        // A key written under another system has backslashes throughout.
+        QString text = QString(written).replace(QLatin1Char('@'), top);
+        if (written.contains(QLatin1Char('\\')))
+            text.replace(QLatin1Char('/'), QLatin1Char('\\'));
         QDomDocument document;
         auto* source = qobject_cast<QAStNodeSource*>(
             QAStDataFactory::create(sourceElement(document, text, "true"), 1, project.get(), nullptr));
