@@ -15,7 +15,7 @@ root=$(pwd)
 job=${1:-}
 
 packages=(cmake ninja-build g++ perl qt6-base-dev qt6-5compat-dev libgl-dev flex bison
-          universal-ctags libbenchmark-dev clang libclang-rt-dev libclang-dev bluez-source pmccabe)
+          universal-ctags libbenchmark-dev clang libclang-rt-dev libclang-dev bluez-source pmccabe gcc)
 
 install_missing() {
     local missing=()

@@ -47,3 +47,21 @@ function(sdk_add_test name)
     TIMEOUT ${ARG_TIMEOUT}
     ENVIRONMENT "QT_QPA_PLATFORM=offscreen;SDK_TEST_SHARE=${SDK_STAGE_DIR};ASAN_OPTIONS=detect_leaks=1:abort_on_error=1;UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1")
 endfunction()
+
+# sdk_require_mocs(moc_name ...)
+# The moc step of an existing build tree runs again only when a file it has
+# already seen changes, so a Q_OBJECT header new to the library, listed from a
+# subdirectory, goes unnoticed. Forgets the step's stamp when its output lacks
+# one of the meta-objects named.
+function(sdk_require_mocs)
+  get_target_property(binary_dir sdk BINARY_DIR)
+  if(NOT EXISTS "${binary_dir}/sdk_autogen/mocs_compilation.cpp")
+    return()
+  endif()
+  file(READ "${binary_dir}/sdk_autogen/mocs_compilation.cpp" mocs)
+  foreach(moc IN LISTS ARGN)
+    if(NOT mocs MATCHES "${moc}")
+      file(REMOVE "${binary_dir}/sdk_autogen/timestamp")
+    endif()
+  endforeach()
+endfunction()

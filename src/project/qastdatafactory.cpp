@@ -6,6 +6,7 @@
 #include "qastfile.h"
 #include "qastfolder.h"
 #include "qastnodegroup.h"
+#include "qastnodesource.h"
 #include "qastnodeplugincenter.h"
 #include "qastsubproject.h"
 #include "qatrace.h"
@@ -16,7 +17,7 @@ namespace {
 
 // The codes are those of the project file's element table; a code stays with
 // its element even while other codes are unused.
-enum ClassCode { CodeFolder = 1, CodeFile = 2, CodeGroup = 12, CodeSubProject = 13 };
+enum ClassCode { CodeFolder = 1, CodeFile = 2, CodeSource = 8, CodeGroup = 12, CodeSubProject = 13 };
 
 QHash<QString, QAStDataFactory::Maker>& makers()
 {
@@ -25,6 +26,13 @@ QHash<QString, QAStDataFactory::Maker>& makers()
         m.insert(QStringLiteral("QAStNodeGroup"),
                  [](const QString& name, QAStData* parent, QAStData* after, QAStData*) -> QAStData* {
                      return new QAStNodeGroup(name, parent, after);
+                 });
+        // A source made for a file of the project takes the file's key.
+        m.insert(QStringLiteral("QAStNodeSource"),
+                 [](const QString& name, QAStData* parent, QAStData* after, QAStData* subject) -> QAStData* {
+                     if (auto* file = qobject_cast<QAStFile*>(subject))
+                         return new QAStNodeSource(file, parent, after);
+                     return new QAStNodeSource(name, parent, after);
                  });
         return m;
     }();
@@ -64,6 +72,7 @@ const QHash<QString, int>& QAStDataFactory::elementMap()
         QHash<QString, int> m;
         m.insert(QStringLiteral("folder"), CodeFolder);
         m.insert(QStringLiteral("file"), CodeFile);
+        m.insert(QStringLiteral("source"), CodeSource);
         m.insert(QStringLiteral("group"), CodeGroup);
         m.insert(QStringLiteral("sub_project"), CodeSubProject);
         return m;
@@ -107,6 +116,8 @@ QAStData* QAStDataFactory::create(const QString& className, QARes* resources, QA
 {
     if (className == QLatin1String("QAStNodeGroup"))
         return new QAStNodeGroup(resources, parent, after);
+    if (className == QLatin1String("QAStNodeSource"))
+        return new QAStNodeSource(resources, parent, after);
     if (className == QLatin1String("QAStFolder"))
         return new QAStFolder(resources, parent, after);
     if (className == QLatin1String("QAStFile"))
@@ -123,6 +134,8 @@ QAStData* QAStDataFactory::create(const QDomElement& element, int version, QAStD
         return new QAStFolder(element, version, parent, after);
     case CodeFile:
         return new QAStFile(element, version, parent, after);
+    case CodeSource:
+        return new QAStNodeSource(element, version, parent, after);
     case CodeGroup:
         return new QAStNodeGroup(element, version, parent, after);
     case CodeSubProject:

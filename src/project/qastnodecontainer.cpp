@@ -98,6 +98,11 @@ QAStNodeContainer::QAStNodeContainer(const QDomElement& element, int version, QA
     init(element, version);
 }
 
+QAStNodeContainer::QAStNodeContainer(NodeElement node, int version, QAStData* parent, QAStData* after)
+    : QAStNode(node.node, version, parent, after)
+{
+}
+
 void QAStNodeContainer::init(const QDomElement& element, int version)
 {
     if (!CHECK_TAG(element, "group"))

@@ -64,6 +64,12 @@ public slots:
     void copy() override;
 
 protected:
+    /// For a kind whose own element wraps the `node` element directly: the
+    /// node is read from \a node, and the kind reads its children itself.
+    struct NodeElement {
+        const QDomElement& node;
+    };
+    QAStNodeContainer(NodeElement node, int version, QAStData* parent, QAStData* after);
     /// Reads the `group` element and the children it holds.
     void init(const QDomElement& element, int version);
 

@@ -3,6 +3,8 @@
 #include "qastdatamovedrag.h"
 #include "qastdataundoactionmanager.h"
 #include "qastnodegroup.h"
+#include "qastnodefileref.h"
+#include "qastnodetest.h"
 #include "qastproject.h"
 #include "qasttestnodeplugin.h"
 #include "recordinghost.h"
@@ -22,24 +24,13 @@ public:
     QAStNodeLibrary(const QString& name, QAStData* parent) : QAStNodeContainer(name, QPixmap(), parent) {}
 };
 
-// Its key is its name, which the switch to an absolute key rewrites.
-class QAStNodeFileRef : public WithoutMenus<QAStNode>
-{
-    Q_OBJECT
-public:
-    using WithoutMenus::WithoutMenus;
-    Q_INVOKABLE void changeKeyToAbsoluteFilePath() { setName(QStringLiteral("/abs/") + name()); }
-    Q_INVOKABLE void changeKeyToRelativeFilePath() { setName(name().mid(5)); }
-};
-
-class QAStNodeTest : public QAStNodeContainer
-{
-    Q_OBJECT
-public:
-    QAStNodeTest(const QString& name, QAStData* parent) : QAStNodeContainer(name, QPixmap(), parent) {}
-};
 // A virtual tester lives only under a system test script.
-class QAStNodeVirtualTester : public QAStNodeTest { Q_OBJECT using QAStNodeTest::QAStNodeTest; };
+class QAStNodeVirtualTester : public QAStNodeTest
+{
+    Q_OBJECT
+public:
+    QAStNodeVirtualTester(const QString& name, QAStData* parent) : QAStNodeTest(name, QPixmap(), parent) {}
+};
 
 namespace {
 
@@ -247,7 +238,7 @@ private slots:
     void containerAcceptsNodeKindsOnly()
     {
         QAStNodeGroup aGroup(QStringLiteral("x"));
-        QAStNodeTest aTest(QStringLiteral("x"), nullptr);
+        QAStNodeTest aTest(QStringLiteral("x"), QPixmap());
         QAStNodeVirtualTester aTester(QStringLiteral("x"), nullptr);
         StandIn aNode(QString(), QStringLiteral("x"), nullptr, nullptr, nullptr);
         QAStProject aProject(QStringLiteral("x"), QPixmap());
@@ -306,12 +297,17 @@ private slots:
         QString dragged;
         QVERIFY(QAStDataCopyDrag::decode(mime.data(), dragged));
         group->copy();
+        const QString top = QAStData::stringToXMLValue(project->directory() + QStringLiteral("/top.c"));
+        const QString deep = QAStData::stringToXMLValue(project->directory() + QStringLiteral("/deep.c"));
         for (const QString& text : {dragged, QGuiApplication::clipboard()->text()}) {
-            QVERIFY(text.contains(QLatin1String("/abs/deep.c")));
-            QVERIFY(text.contains(QLatin1String("/abs/top.c")));
+            QVERIFY(text.contains(deep));
+            QVERIFY(text.contains(top));
         }
-        QCOMPARE(group->firstChild()->name(), QStringLiteral("top.c"));
-        QCOMPARE(group->firstChild()->next()->firstChild()->name(), QStringLiteral("deep.c"));
+        // The tree itself keeps keys relative to the project.
+        auto* kept = qobject_cast<QAStNodeFileRef*>(group->firstChild());
+        QVERIFY(kept && QFileInfo(kept->fileKey()).isRelative());
+        kept = qobject_cast<QAStNodeFileRef*>(group->firstChild()->next()->firstChild());
+        QVERIFY(kept && QFileInfo(kept->fileKey()).isRelative());
     }
 
     void reportsOpenThroughTheHost()

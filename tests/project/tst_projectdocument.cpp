@@ -4,6 +4,7 @@
 #include "qastfolder.h"
 #include "qastfolderdialog.h"
 #include "qastnodegroup.h"
+#include "qastnodefileref.h"
 #include "qastproject.h"
 #include "qastrootfolder.h"
 #include "qastsubproject.h"
@@ -52,23 +53,14 @@ QByteArray projectNaming(const QString& name, const QStringList& subProjects)
 
 } // namespace
 
-// Stand-ins for the node kinds that refer to files: the file tree meets them
-// only through their class names and an invokable fileKey().
-class QAStNodeFileRef : public WithoutMenus<QAStNode>
+// Stand-ins for the script kinds that refer to files: the file tree meets
+// them only through their class names and the key of their base.
+class QAStNodeTestScript : public QAStNodeFileRef
 {
     Q_OBJECT
 public:
-    QAStNodeFileRef(const QString& key, QAStData* parent)
-        : WithoutMenus(key, QPixmap(), parent, parent->last()), key(key)
-    {
-    }
-    Q_INVOKABLE QString fileKey() const { return key; }
-
-private:
-    QString key;
+    QAStNodeTestScript(const QString& key, QAStData* parent) : QAStNodeFileRef(key, QPixmap(), parent, parent->last()) {}
 };
-
-class QAStNodeTestScript : public QAStNodeFileRef { Q_OBJECT using QAStNodeFileRef::QAStNodeFileRef; };
 class QAStNodeJavaTestingScript : public QAStNodeTestScript { Q_OBJECT using QAStNodeTestScript::QAStNodeTestScript; };
 
 class tst_ProjectDocument : public QObject
@@ -472,13 +464,13 @@ private slots:
             project.addFile(QStringLiteral("forgotten.c"));
             auto* group = new QAStNodeGroup(QStringLiteral("g"), &project);
             if (kind == QLatin1String("source"))
-                new QAStNodeFileRef(key, group);
+                new QAStNodeFileRef(key, QPixmap(), group);
             else if (kind == QLatin1String("script"))
                 new QAStNodeTestScript(key, group);
             else
                 new QAStNodeJavaTestingScript(key, group);
             // Two references to one file make one file.
-            new QAStNodeFileRef(key, &project);
+            new QAStNodeFileRef(key, QPixmap(), &project, project.last());
             project.rebuildFileList();
             QCOMPARE(project.files().size(), 1);
             file = project.files().first();

@@ -1,5 +1,7 @@
 #include "qastconfiguration.h"
 #include "qastnodegroup.h"
+#include "qastnodesource.h"
+#include "qastnodetest.h"
 #include "qastprojectpref.h"
 #include "qastproject.h"
 #include "qasttargetpackagelist.h"
@@ -17,36 +19,44 @@ namespace {
 
 // Node kinds built on this library; the generator knows them by class name
 // and reaches their operations through the meta-object.
-class QAStNodeTest : public QAStNodeContainer
+class QAStNodeUnitTesting : public QAStNodeTest
 {
     Q_OBJECT
 public:
-    QAStNodeTest(const QString& name, QAStData* parent) : QAStNodeContainer(name, QPixmap(), parent) {}
-    Q_INVOKABLE QString binaryTester() { return directory() + QStringLiteral("/bin/") + name(); }
+    QAStNodeUnitTesting(const QString& name, QAStData* parent) : QAStNodeTest(name, QPixmap(), parent) {}
 };
-class QAStNodeUnitTesting : public QAStNodeTest { Q_OBJECT using QAStNodeTest::QAStNodeTest; };
 class QAStNodeSystemTesting : public QAStNodeTest
 {
     Q_OBJECT
-    using QAStNodeTest::QAStNodeTest;
+public:
+    QAStNodeSystemTesting(const QString& name, QAStData* parent) : QAStNodeTest(name, QPixmap(), parent) {}
     Q_INVOKABLE int connectedTDFChannel() { return 7; }
 };
-class QAStNodeFileRef : public WithoutMenus<QAStNode>
+class QAStNodeTestScript : public QAStNodeFileRef
 {
     Q_OBJECT
 public:
-    QAStNodeFileRef(const QString& name, QAStData* parent) : WithoutMenus(name, QPixmap(), parent) {}
-    Q_INVOKABLE QString fileKey() { return QStringLiteral("src/") + name(); }
-    Q_INVOKABLE QString absolutePath() { return determineAbsolutePathFile(fileKey()); }
+    QAStNodeTestScript(const QString& key, QAStData* parent) : QAStNodeFileRef(key, QPixmap(), parent) {}
 };
-class QAStNodeSource : public QAStNodeFileRef { Q_OBJECT using QAStNodeFileRef::QAStNodeFileRef; };
-class QAStNodeTestScript : public QAStNodeFileRef { Q_OBJECT using QAStNodeFileRef::QAStNodeFileRef; };
 using PlainNode = WithoutMenus<QAStNode>;
 
 template <class Kind>
 QAStData* made(const QString& name, QAStData* parent)
 {
     return new Kind(name, parent);
+}
+
+template <>
+QAStData* made<QAStNodeTest>(const QString& name, QAStData* parent)
+{
+    return new QAStNodeTest(name, QPixmap(), parent);
+}
+
+// Files of the chain stand in the project's directory "src".
+template <class Kind>
+QAStData* madeFile(const QString& name, QAStData* parent)
+{
+    return new Kind(QStringLiteral("src/") + name, parent);
 }
 
 class EnvironmentHost : public RecordingHost
@@ -324,12 +334,12 @@ void tst_EnvironmentFile::linesFollowTheSettingsAndTheNode_data()
     row("a node outside a project has no configuration", {"outside"}, {}, {"$PROJECT_NAME='';", "$BATCH_MODE=0;"},
         {"$CONFIGURATION="});
     row("a test node names its sources, its program and its trace file", {"QAStNodeTest x", "QAStNodeSource s.c", ""},
-        {}, {"@SOURCES=('src/s.c');", "$ZTL_OUT_FILE='plain/x.spt';", "$TEST_NAME='x';", "$TESTPROGRAM='bin/x';",
-             "$TESTPROGRAM_ABS='@PROJECT@/bin/x';", "$JAVA_JARFILENAME='@PROJECT@/bin/x';", "$FILENAME='';"},
+        {}, {"@SOURCES=('src/s.c');", "$ZTL_OUT_FILE='plain/x.spt';", "$TEST_NAME='x';", "$TESTPROGRAM='plain/x';",
+             "$TESTPROGRAM_ABS='@PROJECT@/plain/x';", "$JAVA_JARFILENAME='@PROJECT@/plain/x';", "$FILENAME='';"},
         {"$TDF_CHANNEL="});
     row("a source below a test has the test's trace file", {"QAStNodeTest x", "QAStNodeSource s.c"}, {},
         {"$ZTL_OUT_FILE='plain/x.spt';", "$TEST_NAME='x';", "$FILENAME='@PROJECT@/src/s.c';",
-         "$XRDFILE='plain/x.xrd';", "$TESTPROGRAM='';", "$JAVA_JARFILENAME='@PROJECT@/bin/x';"},
+         "$XRDFILE='plain/x.xrd';", "$TESTPROGRAM='';", "$JAVA_JARFILENAME='@PROJECT@/plain/x';"},
         {"@SOURCES="});
     row("a node below a unit test", {"QAStNodeUnitTesting u", "QAStNodeSource s.c"}, {},
         {"$ZTUMODE=1;", "$ZTOMODE=0;", "$ZTU_INTERMEDIATE_FILE='Tu';"});
@@ -349,8 +359,8 @@ void tst_EnvironmentFile::linesFollowTheSettingsAndTheNode()
     using Make = QAStData* (*)(const QString&, QAStData*);
     static const QMap<QString, Make> make {
         {"QAStNodeTest", &made<QAStNodeTest>}, {"QAStNodeUnitTesting", &made<QAStNodeUnitTesting>},
-        {"QAStNodeSystemTesting", &made<QAStNodeSystemTesting>}, {"QAStNodeSource", &made<QAStNodeSource>},
-        {"QAStNodeTestScript", &made<QAStNodeTestScript>}, {"data", &made<TestData>}};
+        {"QAStNodeSystemTesting", &made<QAStNodeSystemTesting>}, {"QAStNodeSource", &madeFile<QAStNodeSource>},
+        {"QAStNodeTestScript", &madeFile<QAStNodeTestScript>}, {"data", &made<TestData>}};
     QAStData* data = build(path.first() == QLatin1String("node") ? path.first() : QStringLiteral("project"));
     std::unique_ptr<PlainNode> outside;
     for (const QString& entry : path) {

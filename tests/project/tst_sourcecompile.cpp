@@ -1,0 +1,242 @@
+#include "qastanalysemsg.h"
+#include "qastconfiguration.h"
+#include "qastfile.h"
+#include "qastnodesource.h"
+#include "qastproject.h"
+#include "recordinghost.h"
+
+#include <QProcess>
+#include <QSignalSpy>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <memory>
+
+// Sources compiled for real: the staged "Source.pl" with the native ports'
+// compilers.
+class tst_SourceCompile : public QObject
+{
+    Q_OBJECT
+
+    RecordingHost host;
+    std::unique_ptr<QTemporaryDir> dir;
+    std::unique_ptr<QAStProject> project;
+
+    QString path(const QString& name) const { return dir->filePath(name); }
+    QAStConfiguration* settings() const { return project->configuration(QStringLiteral("Debug")); }
+
+    void write(const QString& name, const QByteArray& text)
+    {
+        QDir().mkpath(QFileInfo(path(name)).path());
+        QFile file(path(name));
+        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        file.write(text);
+    }
+    void age(const QString& name, int secondsFromNow)
+    {
+        QFile file(path(name));
+        QVERIFY(file.open(QIODevice::ReadWrite));
+        QVERIFY(file.setFileTime(QDateTime::currentDateTime().addSecs(secondsFromNow), QFileDevice::FileModificationTime));
+    }
+    void usePort(const QString& port)
+    {
+        settings()->init(*QAStNode::getTDP(port));
+        project->setCurrentConfiguration(QStringLiteral("Debug"));
+        settings()->setProperty(QStringLiteral("intdir"), QStringLiteral("obj"));
+        // Compilation and link; no analysis unless a test asks for one.
+        settings()->setProperty(QStringLiteral("executionFlag"), 0x3F);
+    }
+    // Builds \a node and waits for its end: its status.
+    int build(QAStNode* node)
+    {
+        host.messages.clear();
+        QSignalSpy finished(node, &QAStNode::buildExecuteFinished);
+        node->build();
+        if (finished.isEmpty() && !finished.wait(20000))
+            return -1;
+        return node->executionStatus();
+    }
+    QStringList objects(QAStNode* node)
+    {
+        QStringList files;
+        node->outFileNames(QStringLiteral("OBJ"), files);
+        return files;
+    }
+
+private slots:
+    void initTestCase() { QVERIFY(host.initializeLibrary()); }
+    void init()
+    {
+        dir = std::make_unique<QTemporaryDir>();
+        project = std::make_unique<QAStProject>(QPixmap());
+        project->create(path(QStringLiteral("p.vmp")));
+        project->addConfiguration(QStringLiteral("Debug"));
+        usePort(QStringLiteral("gnu_c_native"));
+    }
+    void cleanup()
+    {
+        project.reset();
+        dir.reset();
+    }
+
+    void sourcesOfAnyNameCompile_data()
+    {
+        QTest::addColumn<QString>("port");
+        QTest::addColumn<QString>("file");
+        QTest::newRow("a plain name") << "gnu_c_native" << "src/plain.c";
+        QTest::newRow("blanks in the name and its directory") << "gnu_c_native" << "my src/with blank.c";
+        QTest::newRow("quotes in the name") << "gnu_c_native" << "src/it's \"quoted\".c";
+        QTest::newRow("a name that is not ASCII") << "gnu_c_native" << "src/ünïcödé ß.c";
+        QTest::newRow("C++ with its port's compiler") << "gnu_cpp_native" << "src/a.cpp";
+    }
+    void sourcesOfAnyNameCompile()
+    {
+        QFETCH(QString, port);
+        QFETCH(QString, file);
+        usePort(port);
+        write(file, "#include <stdio.h>\nint answer(void) { return 42; }\n");
+        auto* source = new QAStNodeSource(file, project.get());
+        QCOMPARE(build(source), 0);
+        const QStringList made = objects(source);
+        QCOMPARE(made.size(), 1);
+        QVERIFY2(QFileInfo(made.first()).isFile(), qPrintable(made.first()));
+        QCOMPARE(QFileInfo(made.first()).path(), path(QStringLiteral("obj")));
+    }
+
+    // The node's flags, include directories and definitions reach the
+    // compiler; a second build waits for the file or a header to change.
+    void aSecondBuildWaitsForAChange()
+    {
+        write(QStringLiteral("include/a.h"), "#define TWICE(x) ((x) * FACTOR)\n");
+        write(QStringLiteral("src/a.c"), "#include \"a.h\"\nint f(int x) { return TWICE(x); }\n");
+        settings()->setProperty(QStringLiteral("ge_incdir"), QStringList {QStringLiteral("include")});
+        settings()->setProperty(QStringLiteral("cppFlags"), QStringLiteral("-DFACTOR=2"));
+        settings()->setProperty(QStringLiteral("cflags"), QStringLiteral("-Werror=unused-parameter -Wall"));
+        QAStFile* file = project->addFile(QStringLiteral("src/a.c"));
+        QVERIFY(file);
+        auto* source = new QAStNodeSource(file, project.get());
+        age(QStringLiteral("src/a.c"), -100);
+        age(QStringLiteral("include/a.h"), -100);
+        QCOMPARE(build(source), 0);
+        QCOMPARE(build(source), 0);
+        QVERIFY(host.consoleText(0).contains(QLatin1String("a.c: is up-to-date")));
+
+        age(QStringLiteral("src/a.c"), 100);
+        QCOMPARE(build(source), 0);
+        QVERIFY(!host.consoleText(0).contains(QLatin1String("up-to-date")));
+        age(QStringLiteral("src/a.c"), -100);
+
+        // A header counts once the file's list of dependencies names it.
+        age(QStringLiteral("include/a.h"), 200);
+        QCOMPARE(build(source), 0);
+        QVERIFY(host.consoleText(0).contains(QLatin1String("up-to-date")));
+        file->addDependency(path(QStringLiteral("include/a.h")));
+        QCOMPARE(build(source), 0);
+        QVERIFY(!host.consoleText(0).contains(QLatin1String("up-to-date")));
+    }
+
+    void compileErrorsNameTheirLine()
+    {
+        write(QStringLiteral("src/bad one.c"), "int f(void)\n{\n    return missing;\n}\n");
+        auto* source = new QAStNodeSource(QStringLiteral("src/bad one.c"), project.get());
+        QCOMPARE(build(source), int(QAStData::ExecutionFailed));
+        const QStringList lines = host.consoleText(0, true).split(QLatin1Char('\n'));
+        const QString message = lines.filter(QStringLiteral("error:")).value(0);
+        QVERIFY2(message.contains(QLatin1String("bad one.c:3:")), qPrintable(host.consoleText(0, true)));
+        QAStAnalyseMsg analysis;
+        QVERIFY(analysis.analyze(message));
+        QCOMPARE(analysis.file, path(QStringLiteral("src/bad one.c")));
+        QCOMPARE(analysis.line, 3);
+        QVERIFY(objects(source).isEmpty());
+    }
+
+    void badInputIsNamed_data()
+    {
+        QTest::addColumn<QString>("setup");
+        QTest::addColumn<QString>("message");
+        QTest::newRow("a file that does not exist") << "missing file" << "src/gone.c: no such source file";
+        QTest::newRow("a port that is not installed") << "unknown port" << "unknown Target Deployment Port";
+        QTest::newRow("a compiler that does not exist") << "missing compiler" << "cannot run no-such-cc:";
+    }
+    void badInputIsNamed()
+    {
+        QFETCH(QString, setup);
+        if (setup != QLatin1String("missing file"))
+            write(QStringLiteral("src/gone.c"), "int x;\n");
+        if (setup == QLatin1String("unknown port")) {
+            settings()->setProperty(QStringLiteral("targetPath"), QStringLiteral("no_such_port"));
+        } else if (setup == QLatin1String("missing compiler")) {
+            write(QStringLiteral("myport/tp.ini"), "NAME = \"mine\"\nLANGUAGE = \"C\"\nCOMPILER = \"no-such-cc\"\n");
+            settings()->setProperty(QStringLiteral("targetPathAsRelative"), true);
+            settings()->setProperty(QStringLiteral("targetPath"), QStringLiteral("myport"));
+        }
+        auto* source = new QAStNodeSource(QStringLiteral("src/gone.c"), project.get());
+        QCOMPARE(build(source), int(QAStData::ExecutionFailed));
+        QFETCH(QString, message);
+        QVERIFY2(host.consoleText(0, true).contains(message), qPrintable(host.consoleText(0, true)));
+    }
+
+    // The program built from an instrumented source appends to its stream as
+    // it runs: the test holds it between two records on its standard input.
+    void anInstrumentedProgramReportsWhileItRuns()
+    {
+        const QString gcc = QStandardPaths::findExecutable(QStringLiteral("gcc"));
+        QVERIFY(!gcc.isEmpty());
+        write(QStringLiteral("src/p.c"), "#include <unistd.h>\n"
+                                         "static int twice(int x) { return x > 2 ? 2 * x : x; }\n"
+                                         "int helper(int x) { return twice(x) + 1; }\n"
+                                         "int main(void)\n{\n    char c;\n    int r = helper(3);\n"
+                                         "    if (read(0, &c, 1) != 1)\n        return 3;\n"
+                                         "    return helper(r) > 100;\n}\n");
+        // Compilation, coverage and tracing.
+        settings()->setProperty(QStringLiteral("executionFlag"), 0x3F | 0x200 | 0x400);
+        auto* source = new QAStNodeSource(QStringLiteral("src/p.c"), project.get());
+        QCOMPARE(build(source), 0);
+        const QStringList made = objects(source);
+        QCOMPARE(made.size(), 2);
+
+        QProcess link;
+        link.start(gcc, QStringList {QStringLiteral("-rdynamic"), QStringLiteral("--coverage")} + made
+                            + QStringList {QStringLiteral("-o"), path(QStringLiteral("obj/p"))});
+        QVERIFY(link.waitForFinished(20000));
+        QVERIFY2(link.exitCode() == 0, link.readAllStandardError().constData());
+
+        const QString stream = path(QStringLiteral("obj/p.spt"));
+        QProcess program;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("VELMONT_SPLIT_FILE"), stream);
+        environment.insert(QStringLiteral("VELMONT_COVERAGE_DIR"), path(QStringLiteral("obj")));
+        program.setProcessEnvironment(environment);
+        program.start(path(QStringLiteral("obj/p")), QStringList());
+        QVERIFY(program.waitForStarted());
+        auto text = [&] {
+            QFile file(stream);
+            return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+        };
+        // The first call has returned while the program waits.
+        QTRY_VERIFY_WITH_TIMEOUT(text().contains(" 1 helper\n"), 10000);
+        QVERIFY(text().contains("EA "));
+        const QByteArray early = text();
+        QVERIFY(early.startsWith("DT \""));
+        QVERIFY(early.contains("FT main\nBA "));
+        QVERIFY(!early.contains("tEND"));
+        QCOMPARE(program.state(), QProcess::Running);
+
+        program.write("x");
+        program.closeWriteChannel();
+        QVERIFY(program.waitForFinished(10000));
+        QCOMPARE(program.exitCode(), 0);
+        const QByteArray all = text();
+        QVERIFY(all.startsWith(early));
+        QVERIFY(all.size() > early.size());
+        // The line never run and the last line, run once.
+        const QByteArray file = "CO \"" + path(QStringLiteral("src/p.c")).toUtf8() + "\" ";
+        QVERIFY2(all.contains(file + "9 0\n") && all.contains(file + "10 1\n"), all.mid(all.indexOf("CO ")).constData());
+        QVERIFY(all.contains("TB \""));
+        QVERIFY(all.endsWith("\n") && all.mid(all.lastIndexOf('\n', all.size() - 2) + 1).startsWith("tEND "));
+    }
+};
+
+QTEST_MAIN(tst_SourceCompile)
+#include "tst_sourcecompile.moc"

@@ -1,0 +1,193 @@
+#include "qastconfiguration.h"
+#include "qastdatafactory.h"
+#include "qastnodegroup.h"
+#include "qastnodetest.h"
+#include "qastproject.h"
+#include "recordinghost.h"
+
+#include <QDomDocument>
+#include <QSignalSpy>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <memory>
+
+namespace {
+
+const int BuildSteps = 0x0F;
+const int RunSteps = 0x30;
+
+void touch(const QString& path, int secondsFromNow)
+{
+    QDir().mkpath(QFileInfo(path).path());
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::ReadWrite));
+    QVERIFY(file.setFileTime(QDateTime::currentDateTime().addSecs(secondsFromNow), QFileDevice::FileModificationTime));
+}
+
+} // namespace
+
+class tst_TestNode : public QObject
+{
+    Q_OBJECT
+
+    RecordingHost host;
+    QTemporaryDir dir;
+    std::unique_ptr<QAStProject> project;
+    QAStNodeTest* test = nullptr;
+
+    QString path(const QString& name) const { return dir.filePath(name); }
+    QAStConfiguration* settings() const { return test->currentConfiguration(); }
+
+    // A run script: it records its stage and mode, reports a result file
+    // with the report text given, and ends with the status given.
+    QString script(const QByteArray& report, int status)
+    {
+        const QString file = path(QStringLiteral("run.pl"));
+        QFile out(file);
+        if (!out.open(QIODevice::WriteOnly | QIODevice::Truncate))
+            return QString();
+        out.write("use strict; use warnings;\ndo $ARGV[0] or die;\nno strict 'vars';\n"
+                  "open(my $seen, '>', 'seen.txt') or die; print $seen \"$STAGE $EXECMODE\"; close($seen);\n");
+        if (!report.isNull()) {
+            out.write("open(my $xrd, '>', 'x.xrd') or die; print $xrd <<'END';\n" + report
+                      + "\nEND\nclose($xrd);\n"
+                        "open(my $log, '>>', $LOGFILENAME) or die; print $log \"XRD x.xrd\\n\"; close($log);\n");
+        }
+        out.write("exit " + QByteArray::number(status) + ";\n");
+        return file;
+    }
+
+private slots:
+    void initTestCase()
+    {
+        QVERIFY(host.initializeLibrary());
+        host.perl = QStringList {QStandardPaths::findExecutable(QStringLiteral("perl"))};
+    }
+    void init()
+    {
+        project = std::make_unique<QAStProject>(QPixmap());
+        project->create(path(QStringLiteral("p.vmp")));
+        project->addConfiguration(QStringLiteral("Debug"));
+        project->setCurrentConfiguration(QStringLiteral("Debug"));
+        auto* app = new QAStNodeGroup(QStringLiteral("app"), project.get());
+        test = new QAStNodeTest(QStringLiteral("t"), QPixmap(), app);
+        QFile::remove(path(QStringLiteral("seen.txt")));
+    }
+    void cleanup()
+    {
+        project.reset();
+        host.messages.clear();
+    }
+
+    void theRunSeesItsStepsAndTheVerdict_data()
+    {
+        QTest::addColumn<int>("flag");
+        QTest::addColumn<bool>("debug");
+        QTest::addColumn<QByteArray>("report"); // null: the script reports nothing
+        QTest::addColumn<int>("status");
+        QTest::addColumn<int>("result");
+        QTest::addColumn<QString>("seen"); // what the script saw; empty when it did not run
+        const QByteArray failed = "<XROD><R><XROD:NODE state=\"failed\"/></R></XROD>";
+        QTest::newRow("build steps alone: no script")
+            << BuildSteps << false << QByteArray() << 0 << int(QAStData::ExecutionNone) << "";
+        QTest::newRow("the script sees the execution steps alone")
+            << (BuildSteps | RunSteps) << false << QByteArray() << 0 << 0 << "er NORMAL";
+        QTest::newRow("a debug run is told so") << 0x10 << true << QByteArray() << 0 << 0 << "e DEBUG";
+        QTest::newRow("a failed verdict though the script ended well") << 0x10 << false << failed << 0 << 6 << "e NORMAL";
+        QTest::newRow("a verdict of ok") << 0x10 << false << QByteArray("<XROD><XROD:NODE state=\"ok\"/></XROD>") << 0
+                                         << 0 << "e NORMAL";
+        QTest::newRow("a report without the node element leaves the result")
+            << 0x10 << false << QByteArray("<XROD><other state=\"failed\"/></XROD>") << 0 << 0 << "e NORMAL";
+        QTest::newRow("a report that does not parse leaves the result")
+            << 0x10 << false << QByteArray("<XROD><XROD:NODE state=\"failed\">") << 0 << 0 << "e NORMAL";
+        QTest::newRow("a failed script is not judged by its report") << 0x10 << false << failed << 3 << 1 << "e NORMAL";
+    }
+    void theRunSeesItsStepsAndTheVerdict()
+    {
+        QFETCH(int, flag);
+        QFETCH(bool, debug);
+        QFETCH(QByteArray, report);
+        QFETCH(int, status);
+        // The project holds the flag; the test node only inherits it.
+        project->configuration(QStringLiteral("Debug"))->setProperty(QStringLiteral("executionFlag"), flag);
+        test->setPerlScriptAfterChild(script(report, status));
+        const QString before = QDir::currentPath();
+        QSignalSpy finished(test, &QAStNode::buildExecuteFinished);
+        test->executeAfterChildren(debug);
+        QVERIFY(finished.count() == 1 || finished.wait(10000));
+        QTEST(test->executionStatus(), "result");
+        QFile seen(path(QStringLiteral("seen.txt")));
+        QTEST(seen.open(QIODevice::ReadOnly) ? QString::fromLatin1(seen.readAll()) : QString(), "seen");
+        if (!(flag & RunSteps))
+            QVERIFY(host.consoleText(0).contains(QLatin1String("t: no execution step is selected\n")));
+        // The node's setting is left as it was: inherited, not its own.
+        QVERIFY(!settings()->hasProperty(QStringLiteral("executionFlag")));
+        QCOMPARE(test->executionFlag(), flag);
+        QCOMPARE(QDir::currentPath(), before);
+    }
+
+    void aSettingOfItsOwnComesBack()
+    {
+        settings()->setProperty(QStringLiteral("executionFlag"), 0x1F);
+        test->setPerlScriptAfterChild(script(QByteArray(), 0));
+        QSignalSpy finished(test, &QAStNode::buildExecuteFinished);
+        test->executeAfterChildren(false);
+        QVERIFY(finished.wait(10000));
+        QVERIFY(settings()->hasProperty(QStringLiteral("executionFlag")));
+        QCOMPARE(settings()->property(QStringLiteral("executionFlag")).toInt(), 0x1F);
+    }
+
+    void relinkFollowsTheProgramAndTheSteps_data()
+    {
+        QTest::addColumn<int>("programAge"); // 0: no program
+        QTest::addColumn<int>("flag");
+        QTest::addColumn<bool>("relink");
+        QTest::newRow("no program, whatever the steps") << 0 << 0 << true;
+        QTest::newRow("a program newer than its objects") << -10 << 0x3F << false;
+        QTest::newRow("a program older than an object, with steps") << -200 << 0x10 << true;
+        QTest::newRow("a program older than an object, with no step") << -200 << 0 << false;
+    }
+    void relinkFollowsTheProgramAndTheSteps()
+    {
+        QFETCH(int, programAge);
+        settings()->setProperty(QStringLiteral("testProgram"), QStringLiteral("bin/t"));
+        QFETCH(int, flag);
+        settings()->setProperty(QStringLiteral("executionFlag"), flag);
+        const QString program = project->directory() + QStringLiteral("/bin/t");
+        QFile::remove(program);
+        if (programAge)
+            touch(program, programAge);
+        QCOMPARE(test->binaryTester(), program);
+        touch(path(QStringLiteral("o/a.o")), -100);
+        test->addOutFileName(QStringLiteral("OBJ"), path(QStringLiteral("o/a.o")));
+        QTEST(test->mustRebuilt(), "relink");
+    }
+
+    void theDefaultProgramIsNamedAfterTheNode()
+    {
+        settings()->setProperty(QStringLiteral("testProgram"), QStringLiteral("<default>"));
+        settings()->setProperty(QStringLiteral("intdir"), QStringLiteral("Debug"));
+        settings()->setProperty(QStringLiteral("binaryExt"), QStringLiteral("exe"));
+        QCOMPARE(test->binaryTester(), project->directory() + QStringLiteral("/Debug/t.exe"));
+        QCOMPARE(test->dottedTitle(), QStringLiteral("p.app.t"));
+    }
+
+    void childrenReadBackFromTheFile()
+    {
+        auto* source = new QAStNodeGroup(QStringLiteral("inner"), test);
+        Q_UNUSED(source);
+        const QString text = test->toString();
+        QDomDocument document;
+        QVERIFY(document.setContent(text));
+        QAStNodeTest read(document.documentElement(), 1, nullptr);
+        QCOMPARE(read.name(), QStringLiteral("t"));
+        QVERIFY(read.firstChild() && read.firstChild()->name() == QLatin1String("inner"));
+        QCOMPARE(read.toString(), text);
+        QVERIFY(read.childrenToExecute().isEmpty());
+    }
+};
+
+QTEST_MAIN(tst_TestNode)
+#include "tst_testnode.moc"

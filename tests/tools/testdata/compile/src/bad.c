@@ -1,0 +1,4 @@
+int bad(void)
+{
+    return undeclared;
+}

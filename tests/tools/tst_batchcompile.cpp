@@ -1,0 +1,54 @@
+#include "batchfixture.h"
+
+#include <QTest>
+
+// The batch host on a small project of real sources: good.c in the group
+// "ok", and bad.c, which does not compile, beside it.
+class tst_BatchCompile : public QObject
+{
+    Q_OBJECT
+
+    BatchFixture fixture;
+
+private slots:
+    void initTestCase()
+    {
+        const QString from = QStringLiteral(SDK_TESTDATA_DIR "/compile");
+        for (QDirIterator it(from, QDir::Files, QDirIterator::Subdirectories); it.hasNext();) {
+            const QString copy = fixture.path(QStringLiteral("compile")) + it.next().mid(from.size());
+            QVERIFY(QDir().mkpath(QFileInfo(copy).path()) && QFile::copy(it.filePath(), copy));
+        }
+    }
+
+    void compilesShowInTheProgress_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QStringList>("progress");
+        QTest::addColumn<QString>("scriptOutput");
+        QTest::newRow("a source that compiles") << QStringList {"build", "ok"} << 0
+                                                << QStringList {"start ok.good.c\n", "end ok.good.c: success"}
+                                                << QString();
+        QTest::newRow("a failing compile stops the build with the compiler's message")
+            << QStringList {"build"} << 1
+            << QStringList {"end ok.good.c: success", "end bad.c: failed", "build compile: failed"}
+            << "/compile/src/bad.c:3:12: error: ";
+    }
+    void compilesShowInTheProgress()
+    {
+        QFETCH(QStringList, arguments);
+        QFETCH(QStringList, progress);
+        QFETCH(QString, scriptOutput);
+        const BatchFixture::Run run = fixture.run(QStringList {fixture.path(QStringLiteral("compile/compile.vmp"))}
+                                                      + arguments,
+                                                  RecordingHost::stageDir());
+        QTEST(run.status, "status");
+        for (const QString& line : progress)
+            QVERIFY2(run.out.contains(line), qPrintable(run.out));
+        QVERIFY2(run.err.contains(scriptOutput), qPrintable(run.err));
+        QVERIFY(QFileInfo::exists(fixture.path(QStringLiteral("compile/obj/good.o"))));
+    }
+};
+
+QTEST_MAIN(tst_BatchCompile)
+#include "tst_batchcompile.moc"
