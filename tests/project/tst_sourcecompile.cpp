@@ -3,6 +3,7 @@
 #include "qastfile.h"
 #include "qastnodesource.h"
 #include "qastproject.h"
+#include "qastsplitsurvey.h"
 #include "recordinghost.h"
 
 #include <QProcess>
@@ -178,7 +179,8 @@ private slots:
     }
 
     // The program built from an instrumented source appends to its stream as
-    // it runs: the test holds it between two records on its standard input.
+    // it runs, and the splitter hands its records to the tools' files while it
+    // runs: the test holds it between two records on its standard input.
     void anInstrumentedProgramReportsWhileItRuns()
     {
         const QString gcc = QStandardPaths::findExecutable(QStringLiteral("gcc"));
@@ -203,6 +205,12 @@ private slots:
         QVERIFY2(link.exitCode() == 0, link.readAllStandardError().constData());
 
         const QString stream = path(QStringLiteral("obj/p.spt"));
+        QASTSplitSurvey splitter(stream, QString(), QString(), QString(), QString());
+        QVERIFY(splitter.splitExistingLines());
+        auto output = [&](int index) {
+            QFile file(splitter.outputPath(index));
+            return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+        };
         QProcess program;
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert(QStringLiteral("VELMONT_SPLIT_FILE"), stream);
@@ -222,6 +230,9 @@ private slots:
         QVERIFY(early.contains("FT main\nBA "));
         QVERIFY(!early.contains("tEND"));
         QCOMPARE(program.state(), QProcess::Running);
+        QTRY_VERIFY_WITH_TIMEOUT(output(QASTSplitSurvey::TraceOutput).contains(" 1 helper\n"), 10000);
+        QVERIFY(output(QASTSplitSurvey::CoverageOutput).startsWith("DT \""));
+        QCOMPARE(program.state(), QProcess::Running);
 
         program.write("x");
         program.closeWriteChannel();
@@ -235,6 +246,10 @@ private slots:
         QVERIFY2(all.contains(file + "9 0\n") && all.contains(file + "10 1\n"), all.mid(all.indexOf("CO ")).constData());
         QVERIFY(all.contains("TB \""));
         QVERIFY(all.endsWith("\n") && all.mid(all.lastIndexOf('\n', all.size() - 2) + 1).startsWith("tEND "));
+        QTRY_VERIFY_WITH_TIMEOUT(output(QASTSplitSurvey::EndOfTestOutput).startsWith("tEND "), 10000);
+        QVERIFY(output(QASTSplitSurvey::CoverageOutput).contains("TB \""));
+        // The end of test goes on to the unsplit output; nothing else is left there.
+        QCOMPARE(output(QASTSplitSurvey::UnsplitOutput), output(QASTSplitSurvey::EndOfTestOutput));
     }
 };
 
