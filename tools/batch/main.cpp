@@ -45,6 +45,10 @@ const char usage[] =
     "  ports            the installed target deployment ports\n"
     "  plugins          each plug-in file found, or linked in, with its name and\n"
     "                   features, and each file refused with the reason\n"
+    "  tag FILE...      analyse the source files, adding those the project lacks,\n"
+    "                   and keep their tags in the objects file\n"
+    "  tags [FILE]      the tags of the file, or of every file: kind, qualified\n"
+    "                   name, line, and whether a test can be made from it\n"
     "\n"
     "Options:\n"
     "  -c, --config NAME  run in the configuration NAME\n"
@@ -178,6 +182,8 @@ private:
 
 int runCommand(BatchSession& session, const QString& command, const QStringList& rest)
 {
+    if (command == QLatin1String("tag") || command == QLatin1String("tags"))
+        return session.tagCommand(command, rest);
     static const QStringList onNode {"build", "rebuild", "execute", "clean", "settings", "env"};
     static const QStringList needNode {"settings", "env"};
     static const QStringList onProject {"tree", "configs"};

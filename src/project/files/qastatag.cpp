@@ -130,7 +130,7 @@ QString QAStATag::displayName() const
 QString QAStATag::nameThroughAncestors(const QStringList& classNames, const QString& separator) const
 {
     QString qualified = name();
-    for (QAStData* up = parent(); up && !up->inherits("QAStFile"); up = up->parent()) {
+    for (QAStData* up = parent(); up && up->inherits("QAStATag") && !up->inherits("QAStFile"); up = up->parent()) {
         bool counts = classNames.isEmpty();
         for (const QString& className : classNames)
             counts = counts || up->inherits(className.toLatin1().constData());

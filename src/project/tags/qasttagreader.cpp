@@ -305,6 +305,18 @@ bool QAStTagReader::readLine()
     return complete;
 }
 
+namespace {
+
+// A scope that this file does not hold, such as the class of a definition
+// whose class lies in a header, leaves the tag under the file: the complete
+// name still tells its class.
+QAStData* scope(QAStData* found, QAStData* parent)
+{
+    return found ? found : parent;
+}
+
+} // namespace
+
 bool QAStTagReader::readFields(Values& values, QAStData*& parent)
 {
     QString pendingKey;
@@ -323,7 +335,7 @@ bool QAStTagReader::readFields(Values& values, QAStData*& parent)
                 return false;
             const QString text = toText(_scanner.text());
             values.insert(keyComplete, text);
-            parent = findBelow(text, "QAStAPackageTag", true);
+            parent = scope(findBelow(text, "QAStAPackageTag", true), parent);
             break;
         }
         case T::TK_CLASS:
@@ -334,14 +346,15 @@ bool QAStTagReader::readFields(Values& values, QAStData*& parent)
             if (!_package.isEmpty())
                 text = _package + QLatin1Char('.') + text;
             values.insert(keyComplete, text);
-            parent = findBelow(text, field == T::TK_CLASS ? "QAStAClassTag" : "QAStATag", false);
+            parent = scope(findBelow(text, field == T::TK_CLASS ? "QAStAClassTag" : "QAStATag", false), parent);
             break;
         }
         case T::TK_OUTER:
         case T::TK_FROM: {
             if (!expectIdent("expecting an implementation name"))
                 return false;
-            parent = findBelow(toText(_scanner.text()), field == T::TK_OUTER ? "QAStTestedTag" : "QAStATag", false);
+            parent = scope(findBelow(toText(_scanner.text()), field == T::TK_OUTER ? "QAStTestedTag" : "QAStATag", false),
+                           parent);
             if (field == T::TK_OUTER) {
                 advance();
                 if (_token == T::TK_COMMA)

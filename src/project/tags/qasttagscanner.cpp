@@ -164,7 +164,8 @@ int QAStTagScanner::next()
                 const char* p = _at + 1;
                 while (p < _end && (classOf(*p) & Digit))
                     ++p;
-                if (p < _end && (((classOf(*p) & Goes) && !(classOf(*p) & Digit)) || *p == ':'))
+                // "1abc" is a word; "12;\"" is a line number and its separator.
+                if (p < _end && ((classOf(*p) & Start) || *p == ':'))
                     return word(start);
                 _at = p;
                 _length = p - start;
