@@ -7,7 +7,8 @@
 #
 # The environment file gives $FILENAME, the file to analyse (relative to the
 # current directory, the project's), and @INCLUDE_DIR_LIST, the directories
-# searched for included files besides the including file's own. Included
+# searched for included files; a quoted name is looked for beside the
+# including file and in the current directory first. Included
 # files are found by this script, recursively; system headers that none of
 # these directories holds are left out. The symbols come from ctags
 # (universal-ctags, on PATH or named by $CTAGS in the environment file).
@@ -75,9 +76,14 @@ sub includes_of {
     while (my $line = <$in>) {
         next unless $line =~ /^\s*#\s*include\s*([<"])([^>"]+)[>"]/;
         my ($quote, $included) = ($1, $2);
+        if (File::Spec->file_name_is_absolute($included)) {
+            push @found, project_path($included) if -f $included;
+            next;
+        }
         my @search = @include_dirs;
-        # A quoted name is looked for beside the including file first.
-        unshift @search, dirname($path) if $quote eq '"';
+        # A quoted name is looked for beside the including file first, then
+        # from the project's directory, where builds usually start.
+        unshift @search, dirname($path), '.' if $quote eq '"';
         for my $dir (@search) {
             my $candidate = File::Spec->catfile($dir, $included);
             if (-f $candidate) {
