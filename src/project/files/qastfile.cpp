@@ -287,15 +287,28 @@ void QAStFile::del()
 // ---------------------------------------------------------------------------
 // Analysis
 
+namespace {
+
+// The objects file keeps whole seconds: a time read back must not look
+// older than the same time kept in memory.
+QDateTime modificationTime(const QString& path)
+{
+    QDateTime modifiedAt = QFileInfo(path).lastModified();
+    if (modifiedAt.isValid())
+        modifiedAt = modifiedAt.addMSecs(-modifiedAt.time().msec());
+    return modifiedAt;
+}
+
+} // namespace
+
 bool QAStFile::needUpdate() const
 {
-    const QDateTime modifiedAt = QFileInfo(_fullPath).lastModified();
-    return _timeStamp.isNull() || _timeStamp < modifiedAt;
+    return _timeStamp.isNull() || _timeStamp < modificationTime(_fullPath);
 }
 
 void QAStFile::setTimeStamp()
 {
-    const QDateTime modifiedAt = QFileInfo(_fullPath).lastModified();
+    const QDateTime modifiedAt = modificationTime(_fullPath);
     _timeStamp = modifiedAt.isValid() ? modifiedAt : QDateTime();
 }
 
