@@ -191,7 +191,8 @@ QAStFile* QAStATag::file() const
 
 int QAStATag::language() const
 {
-    return QAStFile::languageType(fileKey());
+    const QAStFile* owner = file();
+    return owner ? owner->fileLanguage() : 0;
 }
 
 QList<QAStATag*> QAStATag::children() const

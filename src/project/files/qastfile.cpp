@@ -75,6 +75,33 @@ constexpr int typeOrder[] = {
     QAStFile::SupervisionScripts2, QAStFile::DataFiles,
 };
 
+// The built-in patterns are a suffix after "*", a prefix before "*", or "*"
+// alone: they are matched without building an expression, which the tag
+// pass would otherwise do for every tag it names.
+bool matchesSimple(const QString& name, QLatin1String pattern)
+{
+    if (pattern == QLatin1String("*"))
+        return true;
+    if (pattern.startsWith(QLatin1Char('*')))
+        return name.endsWith(pattern.mid(1), Qt::CaseSensitive);
+    return name.startsWith(pattern.chopped(1), Qt::CaseSensitive);
+}
+
+bool matchesBuiltIn(const QString& name, const char* patterns)
+{
+    const QLatin1String all(patterns);
+    qsizetype from = 0;
+    while (from < all.size()) {
+        qsizetype to = all.indexOf(QLatin1Char(';'), from);
+        if (to < 0)
+            to = all.size();
+        if (matchesSimple(name, all.sliced(from, to - from)))
+            return true;
+        from = to + 1;
+    }
+    return false;
+}
+
 bool matchesOneOf(const QString& name, const QString& patterns)
 {
     for (const QString& pattern : patterns.split(QLatin1Char(';'), Qt::SkipEmptyParts)) {
@@ -144,6 +171,7 @@ void QAStFile::takeKey(QString key)
 {
     key.replace(QLatin1Char('\\'), QLatin1Char('/'));
     _fileKey = key;
+    _language = languageType(key);
     _lastFileKey = key;
     if (QFileInfo(key).isAbsolute()) {
         _fullPath = key;
@@ -204,6 +232,7 @@ void QAStFile::write(QTextStream& stream, int indent)
 void QAStFile::changeFileKey(const QString& key)
 {
     _fileKey = key;
+    _language = languageType(key);
     _fullPath = determineAbsolutePathFile(key);
     _lastFileKey = key;
     renameable = true;
@@ -476,7 +505,7 @@ int QAStFile::fileType(const QString& name)
 {
     const QString fileName = QFileInfo(name).fileName();
     for (int type : typeOrder) {
-        if (matchesOneOf(fileName, QString::fromLatin1(typeFilters[type].patterns)))
+        if (matchesBuiltIn(fileName, typeFilters[type].patterns))
             return type;
     }
     for (const QString& patterns : userFileTypes()) {

@@ -84,6 +84,8 @@ public:
 
     /// The kind of this file by its name.
     int fileType() const { return fileType(_fileKey.get()); }
+    /// The language of this file by its name, as languageType() gives it.
+    int fileLanguage() const { return _language; }
     /// Sets the key and the path, renames the file after it and forgets the
     /// last analysis; the references are not told.
     void changeFileKey(const QString& key);
@@ -165,6 +167,8 @@ private:
     QString _lastFileKey;
     bool _quiet = false;
     bool _tagging = false;
+    // Kept with the key: every qualified name of the file's tags asks it.
+    int _language = 0;
     QAStAttribute<QString> _fullPathShown;
 
     static bool _tagStopped;

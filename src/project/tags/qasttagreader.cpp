@@ -14,6 +14,7 @@
 #include "studiointerface.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
 
@@ -169,6 +170,10 @@ void QAStTagReader::read(const char* data, qsizetype size)
     _current = _file;
     _stale.clear();
     _scopes.clear();
+    _files.clear();
+    _filesIndexed = false;
+    _dependencyKeys.clear();
+    _dependencies = nullptr;
     _lastFileKnown = false;
     _package.clear();
     _scanner.reset(data, size);
@@ -196,7 +201,8 @@ void QAStTagReader::advance()
     _token = _scanner.next();
     while (_token == T::TK_UNKNOWN) {
         const QByteArrayView text = _scanner.text();
-        std::fprintf(stderr, "Unknown token %.*s\n", int(text.size()), text.data());
+        if (_reportUnknown)
+            std::fprintf(stderr, "Unknown token %.*s\n", int(text.size()), text.data());
         _token = _scanner.next();
     }
 }
@@ -427,10 +433,10 @@ QAStFile* QAStTagReader::fileOfLine(const QByteArrayView& text)
     }
     if (!QAStFile::isEqualKeys(_lastFileKey, _current->fileKey())) {
         if (!QAStFile::isEqualKeys(_lastFileKey, _file->fileKey()))
-            _file->addDependency(_lastFileKey);
-        QAStFile* found = _project ? _project->file(_lastFileKey) : nullptr;
-        if (!found && _project && _project->rootFolder())
-            found = _project->rootFolder()->dependencyFolder()->addFile(_lastFileKey, true);
+            addDependency(_lastFileKey);
+        QAStFile* found = knownFile(_lastFileKey);
+        if (!found)
+            found = addDependencyFile(_lastFileKey);
         if (!found)
             return nullptr;
         _current = found;
@@ -463,21 +469,32 @@ void QAStTagReader::startFile(QAStFile* file)
 QAStData* QAStTagReader::findBelow(const QString& qualified, const char* className, bool last)
 {
     const Scopes& scopes = _scopes[_current];
-    QAStData* found = (last ? scopes.last : scopes.first).value(qualified);
+    QAStATag* found = (last ? scopes.last : scopes.first).value(qualified);
     return found && found->inherits(className) ? found : nullptr;
 }
 
-void QAStTagReader::remember(QAStData* data)
+void QAStTagReader::remember(QAStATag* tag, QAStFile* file)
 {
-    auto* tag = qobject_cast<QAStATag*>(data);
-    if (!tag)
-        return;
-    QAStFile* owner = tag->file();
-    Scopes& scopes = _scopes[owner];
+    Scopes& scopes = _scopes[file];
     const QString qualified = tag->qualifiedName();
     if (!scopes.first.contains(qualified))
         scopes.first.insert(qualified, tag);
     scopes.last.insert(qualified, tag);
+}
+
+void QAStTagReader::addDependency(const QString& key)
+{
+    // The file's own list is searched from its start: a pass naming
+    // thousands of headers asks a set of its own instead.
+    if (_dependencyKeys.isEmpty()) {
+        for (const QString& known : _file->dependencies())
+            _dependencyKeys.insert(QDir::cleanPath(known));
+    }
+    const QString cleaned = QDir::cleanPath(key);
+    if (_dependencyKeys.contains(cleaned))
+        return;
+    _dependencyKeys.insert(cleaned);
+    _file->addDependency(key);
 }
 
 QAStData* QAStTagReader::createTag(Values& values, QAStFile* file, QAStData* parent)
@@ -490,7 +507,7 @@ QAStData* QAStTagReader::createTag(Values& values, QAStFile* file, QAStData* par
     const int line = values.value(keyLine).toInt();
     int qualifier = values.value(keyQualifier).toInt();
     const QString complete = values.value(keyComplete).toString();
-    QAStData* after = parent->last();
+    QAStData* after = lastChild(parent);
     const KindRule* rule = ruleOf(kind);
     if (!rule)
         return offerToPlugins(kind, values, parent);
@@ -519,11 +536,10 @@ QAStData* QAStTagReader::createTag(Values& values, QAStFile* file, QAStData* par
             auto* owner = qobject_cast<QAStAClassTag*>(parent);
             if (owner && owner->method(name)) {
                 parent = file;
-                after = file->last();
+                after = lastChild(file);
             }
             tag = new QAStAMethodTag(name, path, line, parent, after);
-            const QString separator = QAStFile::languageType(file->fileKey()) == 8 ? QStringLiteral(".")
-                                                                                    : QStringLiteral("::");
+            const QString separator = file->fileLanguage() == 8 ? QStringLiteral(".") : QStringLiteral("::");
             tag->setQualifiedName(complete + separator + name);
         }
         tag->setSignature(values.value(keySignature).toString());
@@ -536,12 +552,53 @@ QAStData* QAStTagReader::createTag(Values& values, QAStFile* file, QAStData* par
         return nullptr;
     }
     tag->setQualifier(qualifier);
+    _lastChild.insert(parent, tag);
     if (auto* method = qobject_cast<QAStAMethodTag*>(tag); method && (qualifier & QAStATag::Body))
         joinDeclaration(method, name);
     if (_functionsIndexed && qobject_cast<QAStAFunctionTag*>(tag))
         indexFunction(tag);
-    remember(tag);
+    remember(tag, file);
     return tag;
+}
+
+// The project's files by key, and its functions by name, are found in one
+// walk of the file tree the first time they are needed, then kept up to date
+// as the pass adds files and tags: a walk for each line would make the pass
+// quadratic in the size of the project.
+void QAStTagReader::indexFiles()
+{
+    if (_filesIndexed)
+        return;
+    _filesIndexed = true;
+    if (!_project)
+        return;
+    for (QAStFile* file : _project->files())
+        _files.insert(QDir::cleanPath(file->fileKey()), file);
+}
+
+QAStFile* QAStTagReader::knownFile(const QString& key)
+{
+    indexFiles();
+    return _files.value(QDir::cleanPath(key));
+}
+
+QAStFile* QAStTagReader::addDependencyFile(const QString& key)
+{
+    if (!_project || !_project->rootFolder())
+        return nullptr;
+    if (!_dependencies) {
+        _dependencies = _project->rootFolder()->dependencyFolder();
+        _dependenciesSorted = !_dependencies->filters().isEmpty() || !_dependencies->folders().isEmpty();
+    }
+    // As the folder's own addFile does for a key it does not know yet; a
+    // folder of files alone, as it usually is, need not be asked.
+    QAStFolder* target = _dependenciesSorted ? _dependencies->accept(key) : nullptr;
+    if (!target)
+        target = _dependencies;
+    auto* file = new QAStFile(key, target, lastChild(target));
+    _lastChild.insert(target, file);
+    _files.insert(QDir::cleanPath(file->fileKey()), file);
+    return file;
 }
 
 void QAStTagReader::indexFunctions()
@@ -557,32 +614,75 @@ void QAStTagReader::indexFunctions()
 
 void QAStTagReader::indexFunction(QAStATag* function)
 {
-    if (function->hasQualifier(QAStATag::Declaration))
-        _declarations.insert(function->qualifiedName());
+    if (function->hasQualifier(QAStATag::Declaration)) {
+        _declarations[function->qualifiedName()].append(function);
+        _prototypes[function->name()].append(function);
+    }
     if (function->hasQualifier(QAStATag::Body))
-        _bodies.insert(function->qualifiedName());
+        _bodies[function->qualifiedName()].append(function);
+}
+
+// The last child of \a parent, kept as the pass appends, so that a file of
+// many tags is not walked from its first child for each.
+QAStData* QAStTagReader::lastChild(QAStData* parent)
+{
+    QAStData* last = _lastChild.value(parent);
+    if (!last || last->parent() != parent)
+        return parent->last();
+    while (last->next())
+        last = last->next();
+    return last;
+}
+
+// Whether one of \a tags still lives: tags of a file renewed in this pass
+// are gone from the lists by themselves.
+static bool anyLeft(const QHash<QString, QList<QPointer<QAStATag>>>& index, const QString& name)
+{
+    const auto found = index.constFind(name);
+    if (found == index.constEnd())
+        return false;
+    return std::any_of(found->cbegin(), found->cend(), [](const QPointer<QAStATag>& tag) { return !tag.isNull(); });
 }
 
 void QAStTagReader::joinDeclaration(QAStATag* method, const QString& name)
 {
-    // The whole tree is searched once, then kept up to date: asking each
-    // definition's declaration() would search it once for each. A name
-    // whose tag went with its file's old tags stays: it is asked again.
     indexFunctions();
-    if (_declarations.contains(method->qualifiedName())
-        && static_cast<QAStAMethodTag*>(method)->declaration())
+    if (anyLeft(_declarations, method->qualifiedName()))
         return;
-    // The class may lie in a header: its prototype tells the method's name.
-    for (const QString& dependency : _file->dependencies()) {
-        QAStFile* header = _project ? _project->file(dependency) : nullptr;
-        if (!header)
-            return;
-        for (QAStAFunctionTag* prototype : header->functions(true)) {
-            if (prototype->name() == name && prototype->hasQualifier(QAStATag::Declaration)
-                && (!_bodies.contains(prototype->qualifiedName()) || !prototype->implementation()))
-                method->setQualifiedName(prototype->qualifiedName());
+    // The class may lie in a header: a prototype of the same name in the
+    // files this one includes tells the method's name, the last one found
+    // through the dependencies in their order.
+    const auto candidates = _prototypes.constFind(name);
+    if (candidates == _prototypes.constEnd())
+        return;
+    // The dependencies only grow during the pass: their order is renewed
+    // when one was added.
+    const QStringList& dependencies = _file->dependencies();
+    if (_dependencyOrderOf != dependencies.size()) {
+        _dependencyOrder.clear();
+        _dependencyOrderOf = dependencies.size();
+        for (int i = 0; i < dependencies.size(); ++i) {
+            QAStFile* header = knownFile(dependencies.at(i));
+            // The walk stops at a file that is gone.
+            if (!header)
+                break;
+            _dependencyOrder.insert(header, i);
         }
     }
+    const QHash<QAStFile*, int>& order = _dependencyOrder;
+    QAStATag* chosen = nullptr;
+    int chosenAt = -1;
+    for (const QPointer<QAStATag>& prototype : candidates.value()) {
+        if (!prototype)
+            continue;
+        const int at = order.value(prototype->file(), -1);
+        if (at < 0 || at < chosenAt || anyLeft(_bodies, prototype->qualifiedName()))
+            continue;
+        chosen = prototype;
+        chosenAt = at;
+    }
+    if (chosen)
+        method->setQualifiedName(chosen->qualifiedName());
 }
 
 QAStData* QAStTagReader::offerToPlugins(const QString& kind, Values& values, QAStData* parent)

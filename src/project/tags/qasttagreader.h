@@ -16,6 +16,7 @@ class QAStAClassTag;
 class QAStAPackageTag;
 class QAStData;
 class QAStFile;
+class QAStFolder;
 class QAStProject;
 
 /// Reads the tag file of one analysis into the file tree. Each line names
@@ -43,6 +44,10 @@ public:
     /// null for a kind that nothing makes.
     QAStData* createTag(Values& values, QAStFile* file, QAStData* parent);
 
+    /// Whether characters that start no token are written to standard
+    /// error, as they are unless told otherwise.
+    void setReportUnknownTokens(bool report) { _reportUnknown = report; }
+
     /// The syntax errors met, as the console showed them.
     const QStringList& errors() const { return _errors; }
 
@@ -55,11 +60,16 @@ private:
     void error(const char* text);
     void skipRest();
     QAStData* findBelow(const QString& qualified, const char* className, bool last);
-    void remember(QAStData* tag);
+    void remember(QAStATag* tag, QAStFile* file);
+    void addDependency(const QString& key);
     void joinDeclaration(QAStATag* method, const QString& name);
+    void indexFiles();
+    QAStFile* knownFile(const QString& key);
+    QAStFile* addDependencyFile(const QString& key);
     void indexFunctions();
     void indexFunction(QAStATag* function);
     bool isStale(QAStFile* file);
+    QAStData* lastChild(QAStData* parent);
     QAStData* offerToPlugins(const QString& kind, Values& values, QAStData* parent);
 
     QAStFile* _file;
@@ -72,6 +82,7 @@ private:
     QStringList _errors;
     QStringList _pluginKinds;
     bool _pluginKindsRead = false;
+    bool _reportUnknown = true;
     // The last file named by a line, as written and as found: lines of one
     // file come in runs.
     QByteArray _lastFileText;
@@ -79,14 +90,24 @@ private:
     bool _lastFileKnown = false;
     QHash<QAStFile*, bool> _stale;
     // Qualified names of the declarations and bodies of the project.
-    QSet<QString> _declarations;
-    QSet<QString> _bodies;
+    QHash<QString, QList<QPointer<QAStATag>>> _declarations;
+    QHash<QString, QList<QPointer<QAStATag>>> _bodies;
+    QHash<QString, QList<QPointer<QAStATag>>> _prototypes;
+    QHash<QString, QAStFile*> _files;
+    bool _filesIndexed = false;
+    QAStFolder* _dependencies = nullptr;
+    bool _dependenciesSorted = false;
+    QHash<QAStFile*, int> _dependencyOrder;
+    QSet<QString> _dependencyKeys;
+    qsizetype _dependencyOrderOf = -1;
+    QHash<QAStData*, QPointer<QAStData>> _lastChild;
     bool _functionsIndexed = false;
     // Tags of each file by qualified name, as the lines made them: the
     // scopes of later lines are found here instead of in the whole file.
+    // They are forgotten with the tags of their file.
     struct Scopes {
-        QHash<QString, QPointer<QAStData>> first;
-        QHash<QString, QPointer<QAStData>> last;
+        QHash<QString, QAStATag*> first;
+        QHash<QString, QAStATag*> last;
     };
     QHash<QAStFile*, Scopes> _scopes;
 };
