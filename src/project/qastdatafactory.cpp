@@ -3,6 +3,10 @@
 #include "nodetaginterface.h"
 #include "nodetestinterface.h"
 #include "qainterfaceids.h"
+#include "qastaclasstag.h"
+#include "qastamethodtag.h"
+#include "qastapackagetag.h"
+#include "qastastructtag.h"
 #include "qastfile.h"
 #include "qastfolder.h"
 #include "qastnodegroup.h"
@@ -17,7 +21,19 @@ namespace {
 
 // The codes are those of the project file's element table; a code stays with
 // its element even while other codes are unused.
-enum ClassCode { CodeFolder = 1, CodeFile = 2, CodeSource = 8, CodeGroup = 12, CodeSubProject = 13 };
+enum ClassCode {
+    CodeTag = 0,
+    CodeFolder = 1,
+    CodeFile = 2,
+    CodeClass = 3,
+    CodeFunction = 4,
+    CodeMethod = 5,
+    CodeStruct = 6,
+    CodePackage = 7,
+    CodeSource = 8,
+    CodeGroup = 12,
+    CodeSubProject = 13
+};
 
 QHash<QString, QAStDataFactory::Maker>& makers()
 {
@@ -70,9 +86,15 @@ const QHash<QString, int>& QAStDataFactory::elementMap()
     static const QHash<QString, int> map = [] {
         warning("QAStDataFactory: initialization of map element");
         QHash<QString, int> m;
+        m.insert(QStringLiteral("tag"), CodeTag);
         m.insert(QStringLiteral("folder"), CodeFolder);
         m.insert(QStringLiteral("file"), CodeFile);
         m.insert(QStringLiteral("source"), CodeSource);
+        m.insert(QStringLiteral("class"), CodeClass);
+        m.insert(QStringLiteral("function"), CodeFunction);
+        m.insert(QStringLiteral("method"), CodeMethod);
+        m.insert(QStringLiteral("struct"), CodeStruct);
+        m.insert(QStringLiteral("package"), CodePackage);
         m.insert(QStringLiteral("group"), CodeGroup);
         m.insert(QStringLiteral("sub_project"), CodeSubProject);
         return m;
@@ -136,6 +158,18 @@ QAStData* QAStDataFactory::create(const QDomElement& element, int version, QAStD
         return new QAStFile(element, version, parent, after);
     case CodeSource:
         return new QAStNodeSource(element, version, parent, after);
+    case CodeTag:
+        return new QAStATag(element, version, parent, after);
+    case CodeClass:
+        return new QAStAClassTag(element, version, parent, after);
+    case CodeFunction:
+        return new QAStAFunctionTag(element, version, parent, after);
+    case CodeMethod:
+        return new QAStAMethodTag(element, version, parent, after);
+    case CodeStruct:
+        return new QAStAStructTag(element, version, parent, after);
+    case CodePackage:
+        return new QAStAPackageTag(element, version, parent, after);
     case CodeGroup:
         return new QAStNodeGroup(element, version, parent, after);
     case CodeSubProject:

@@ -138,3 +138,9 @@ bool StudioInterface::getFolder(QString* name, QString* filters)
     *filters = dialog.filters();
     return true;
 }
+
+void StudioInterface::progressStart(qint64, const QString&, const QString&, QObject*) {}
+
+void StudioInterface::progressStep(qint64) {}
+
+void StudioInterface::progressEnd() {}

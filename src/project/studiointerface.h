@@ -101,4 +101,11 @@ public:
     /// Asks for the name and the filters of a new folder; false when the
     /// user cancelled.
     virtual bool getFolder(QString* name, QString* filters);
+
+    /// A long task of the library shows its progress: \a total steps, a
+    /// caption and the text of the button that would stop it; \a owner is
+    /// the object the task works on. Then steps, then the end.
+    virtual void progressStart(qint64 total, const QString& caption, const QString& button, QObject* owner);
+    virtual void progressStep(qint64 position);
+    virtual void progressEnd();
 };

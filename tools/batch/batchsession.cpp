@@ -1,6 +1,7 @@
 #include "batchsession.h"
 
 #include "batchhost.h"
+#include "batchtags.h"
 #include "executionstatusname.h"
 #include "qaprocess.h"
 #include "qastconfiguration.h"
@@ -385,4 +386,15 @@ void BatchSession::stop()
     _out << "stopping " << pathOf(_running) << '\n';
     _out.flush();
     _running->stop();
+}
+
+int BatchSession::tagCommand(const QString& command, const QStringList& arguments)
+{
+    if (command == QLatin1String("tag"))
+        return BatchTags::tag(_project.get(), arguments, _out);
+    if (arguments.size() > 1) {
+        reportError(QStringLiteral("too many arguments for tags"));
+        return ExitUsage;
+    }
+    return BatchTags::tags(_project.get(), arguments.value(0), _out);
 }

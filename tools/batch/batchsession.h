@@ -57,6 +57,9 @@ public:
     /// features, or why it was refused.
     static int plugins(QTextStream& out);
 
+    /// "tag FILE..." and "tags [FILE]" on the project's source files.
+    int tagCommand(const QString& command, const QStringList& arguments);
+
     /// Ends the run under way through the stop mechanism: the stop script
     /// runs for each running step, and then its process is killed.
     void stop();

@@ -58,6 +58,10 @@ const char usage[] =
     "                   stream's directory by default); the run-time, end of\n"
     "                   test and unsplit files lie beside the stream. Needs no\n"
     "                   project; Ctrl-C or SIGTERM ends it\n"
+    "  tag FILE...      analyse the source files, adding those the project lacks,\n"
+    "                   and keep their tags in the objects file\n"
+    "  tags [FILE]      the tags of the file, or of every file: kind, qualified\n"
+    "                   name, line, and whether a test can be made from it\n"
     "\n"
     "Options:\n"
     "  -c, --config NAME  run in the configuration NAME\n"
@@ -200,6 +204,8 @@ private:
 
 int runCommand(BatchSession& session, const QString& command, const QStringList& rest)
 {
+    if (command == QLatin1String("tag") || command == QLatin1String("tags"))
+        return session.tagCommand(command, rest);
     static const QStringList onNode {"build", "rebuild", "execute", "clean", "settings", "env"};
     static const QStringList needNode {"settings", "env"};
     static const QStringList onProject {"tree", "configs"};

@@ -2,7 +2,10 @@
 
 #include "qapropertyattrlineedit.h"
 #include "qapropertygroup.h"
+#include "qastconfiguration.h"
 #include "qastfile.h"
+#include "qastproject.h"
+#include "qastfileanalyse.h"
 #include "qastprojectpref.h"
 #include "qatrace.h"
 #include "studiointerface.h"
@@ -223,8 +226,15 @@ void QAStFolder::addFolder()
 void QAStFolder::addFiles()
 {
     static QString lastDirectory;
-    const QStringList chosen = QFileDialog::getOpenFileNames(mainWindow(), tr("Add files"),
-                                                             lastDirectory.isEmpty() ? directory() : lastDirectory);
+    static QString lastFilter;
+    auto* owner = qobject_cast<QAStProject*>(project());
+    const QAStConfiguration* configuration = owner ? owner->currentConfiguration() : nullptr;
+    const QStringList filters = QAStFile::addFilesFilters(configuration ? configuration->languageType() : 1);
+    if (!filters.contains(lastFilter))
+        lastFilter = filters.first();
+    const QStringList chosen = QFileDialog::getOpenFileNames(
+        mainWindow(), tr("Add files"), lastDirectory.isEmpty() ? directory() : lastDirectory,
+        filters.join(QLatin1String(";;")), &lastFilter);
     if (chosen.isEmpty())
         return;
     lastDirectory = QFileInfo(chosen.first()).absolutePath();
@@ -263,21 +273,56 @@ void QAStFolder::timerEvent(QTimerEvent* event)
         taggingInformationFileList(stale, false, true);
 }
 
-// The tag analysis of source files is not part of this library yet: a folder
-// finds its stale files and has nobody to hand them to.
-bool QAStFolder::taggingInProgress()
+namespace {
+
+// The one analysis that runs, whoever started it.
+QPointer<QAStFileAnalyse>& analysor()
 {
-    return false;
+    static QPointer<QAStFileAnalyse> running;
+    return running;
 }
 
-void QAStFolder::stopTaggingInformation() {}
+} // namespace
+
+bool QAStFolder::taggingInProgress()
+{
+    return !analysor().isNull();
+}
+
+void QAStFolder::stopTaggingInformation()
+{
+    QAStFileAnalyse* running = analysor();
+    if (!running)
+        return;
+    // Stopped files must not count as stale at the next tick.
+    for (const QPointer<QAStFile>& file : running->files()) {
+        if (file)
+            file->setTimeStamp();
+    }
+    running->stop();
+}
 
 void QAStFolder::taggingInformationFileList(const QList<QAStFile*>& files, bool force, bool verbose)
 {
-    Q_UNUSED(force);
-    Q_UNUSED(verbose);
-    warning("QAStFolder::taggingInformationFileList %s: %d file(s), no analyser", qPrintable(name()),
-            int(files.size()));
+    if (analysor())
+        return;
+    if (timerId) {
+        killTimer(timerId);
+        timerId = 0;
+    }
+    for (QAStFile* file : files)
+        file->setQuiet(!verbose);
+    auto* analyse = new QAStFileAnalyse(files, force);
+    analyse->setAutoDelete(true);
+    analysor() = analyse;
+    connect(analyse, &QAStFileAnalyse::analyseFinished, this, &QAStFolder::taggingInformationTerminated);
+    connect(analyse, &QAStFileAnalyse::analyseStart, this, &QAStFolder::taggingStarted);
+    auto* rootFolder = qobject_cast<QAStFolder*>(fileTreeRoot());
+    if (rootFolder && rootFolder != this && rootFolder->inherits("QAStRootFolder")) {
+        connect(analyse, &QAStFileAnalyse::analyseFinished, rootFolder, &QAStFolder::taggingTerminated);
+        connect(analyse, &QAStFileAnalyse::analyseStart, rootFolder, &QAStFolder::taggingStarted);
+    }
+    analyse->start();
 }
 
 void QAStFolder::taggingInformation()

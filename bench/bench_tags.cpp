@@ -1,0 +1,213 @@
+// The tag file of a large real code base, read two ways: the scanner alone,
+// and the whole pass that builds the tag tree of a project, each beside the
+// ctags suite's own reader listing the same file.
+//
+// The tag file is made at run time by the tool chain's tags.pl over one
+// source file that includes the sources of the BlueZ stack (unpacked from
+// Debian's bluez-source), the installed Qt 6 headers, and the C library's,
+// kernel's, X11's and OpenGL's headers: about 80,000 lines, 10 MB.
+
+#include "qastfile.h"
+#include "qastproject.h"
+#include "qastrootfolder.h"
+#include "qasttagreader.h"
+#include "qasttagscanner.h"
+
+#include <benchmark/benchmark.h>
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QDirIterator>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTextStream>
+
+#include <memory>
+
+namespace {
+
+const char* const bluezTarball = "/usr/src/bluez.tar.bz2";
+
+struct TagData {
+    QString directory;
+    QString tags;
+    QByteArray bytes;
+    qsizetype lines = 0;
+    QString problem;
+};
+
+bool run(const QString& program, const QStringList& arguments, const QString& directory, QString* problem)
+{
+    QProcess process;
+    process.setWorkingDirectory(directory);
+    process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    process.setStandardOutputFile(QProcess::nullDevice());
+    process.start(program, arguments);
+    if (!process.waitForStarted() || !process.waitForFinished(-1) || process.exitCode() != 0) {
+        *problem = program + QStringLiteral(" failed");
+        return false;
+    }
+    return true;
+}
+
+QStringList headersIn(const QStringList& patterns)
+{
+    QStringList found;
+    for (const QString& pattern : patterns) {
+        const QFileInfo where(pattern);
+        QDir directory(where.path());
+        for (const QString& name : directory.entryList({where.fileName()}, QDir::Files, QDir::Name))
+            found << directory.filePath(name);
+    }
+    return found;
+}
+
+QStringList qtHeaders()
+{
+    QStringList found;
+    QDir qt(QStringLiteral("/usr/include/x86_64-linux-gnu/qt6"));
+    for (const QString& module : qt.entryList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name))
+        found << headersIn({qt.filePath(module) + QStringLiteral("/*.h")});
+    return found;
+}
+
+const TagData& tagData()
+{
+    static const TagData data = [] {
+        TagData made;
+        static QTemporaryDir work;
+        made.directory = work.path();
+        if (!QFile::exists(QString::fromLatin1(bluezTarball))) {
+            made.problem = QStringLiteral("no %1: install bluez-source").arg(QString::fromLatin1(bluezTarball));
+            return made;
+        }
+        if (!run(QStringLiteral("tar"), {"xjf", bluezTarball}, made.directory, &made.problem))
+            return made;
+        const QString bluez = made.directory + QStringLiteral("/bluez-source");
+        QStringList includes = qtHeaders();
+        QDirIterator sources(bluez, {"*.c"}, QDir::Files, QDirIterator::Subdirectories);
+        QStringList cFiles;
+        while (sources.hasNext())
+            cFiles << sources.next();
+        cFiles.sort();
+        includes << cFiles;
+        includes << headersIn({"/usr/include/*.h", "/usr/include/x86_64-linux-gnu/*/*.h", "/usr/include/linux/*.h",
+                               "/usr/include/X11/*.h", "/usr/include/GL/*.h", "/usr/include/EGL/*.h",
+                               "/usr/include/GLES2/*.h", "/usr/include/GLES3/*.h",
+                               "/usr/include/freetype2/freetype/*.h", "/usr/include/fontconfig/*.h"});
+        QFile unity(made.directory + QStringLiteral("/all.cpp"));
+        QFile environment(made.directory + QStringLiteral("/environment.pl"));
+        if (!unity.open(QIODevice::WriteOnly) || !environment.open(QIODevice::WriteOnly)) {
+            made.problem = QStringLiteral("cannot write in %1").arg(made.directory);
+            return made;
+        }
+        QTextStream text(&unity);
+        for (const QString& include : std::as_const(includes))
+            text << "#include \"" << include << "\"\n";
+        text.flush();
+        QTextStream(&environment) << "$FILENAME='all.cpp';\n@INCLUDE_DIR_LIST=('" << bluez << "', '" << bluez
+                                  << "/lib');\n1;\n";
+        unity.close();
+        environment.close();
+        const QString share = QStringLiteral(SDK_SHIPPED_DATA);
+        if (!run(QStringLiteral("perl"),
+                 {QStringLiteral("-I") + share + QStringLiteral("/lib/perl"), share + QStringLiteral("/lib/scripts/tags.pl"),
+                  QStringLiteral("environment.pl"), QStringLiteral("bench")},
+                 made.directory, &made.problem))
+            return made;
+        made.tags = made.directory + QStringLiteral("/tags");
+        QFile tags(made.tags);
+        if (!tags.open(QIODevice::ReadOnly)) {
+            made.problem = QStringLiteral("tags.pl wrote no tag file");
+            return made;
+        }
+        made.bytes = tags.readAll();
+        made.lines = made.bytes.count('\n');
+        return made;
+    }();
+    return data;
+}
+
+// Wall time of "readtags -l" over the tag file, its listing thrown away.
+double readtagsSeconds(const TagData& data)
+{
+    QElapsedTimer timer;
+    timer.start();
+    QString problem;
+    run(QStringLiteral("readtags"), {"-t", data.tags, "-l"}, data.directory, &problem);
+    return timer.nsecsElapsed() / 1e9;
+}
+
+void BM_TagScan(benchmark::State& state)
+{
+    const TagData& data = tagData();
+    if (!data.problem.isEmpty()) {
+        state.SkipWithError(qPrintable(data.problem));
+        return;
+    }
+    qint64 tokens = 0;
+    for (auto _ : state) {
+        QAStTagScanner scanner(data.bytes.constData(), data.bytes.size());
+        while (scanner.next() != QAStTagScanner::TK_END)
+            ++tokens;
+        benchmark::DoNotOptimize(tokens);
+    }
+    state.SetBytesProcessed(state.iterations() * data.bytes.size());
+    state.counters["scan_MB_per_s"] = benchmark::Counter(double(data.bytes.size()) * state.iterations() / 1e6,
+                                                         benchmark::Counter::kIsRate);
+    state.counters["tag_lines"] = double(data.lines);
+    state.counters["tag_file_MB"] = data.bytes.size() / 1e6;
+}
+BENCHMARK(BM_TagScan)->Unit(benchmark::kMillisecond);
+
+// The whole pass: the file read, its lines parsed, a tag made for each under
+// the file it names, each of those files found or added to the project. The
+// project is made and deleted outside the timed part; readtags runs in turns
+// with it, so that both see the same machine.
+void BM_TagTreeAgainstReadtags(benchmark::State& state)
+{
+    const TagData& data = tagData();
+    if (!data.problem.isEmpty()) {
+        state.SkipWithError(qPrintable(data.problem));
+        return;
+    }
+    double treeSeconds = 0;
+    double readtags = 0;
+    qsizetype tags = 0;
+    for (auto _ : state) {
+        auto project = std::make_unique<QAStProject>(data.directory + QStringLiteral("/bench.vmp"));
+        QAStFile* file = project->addFile(data.directory + QStringLiteral("/all.cpp"));
+        QAStTagReader reader(file);
+        reader.setReportUnknownTokens(false);
+        QElapsedTimer timer;
+        timer.start();
+        reader.read(data.tags);
+        const double seconds = timer.nsecsElapsed() / 1e9;
+        treeSeconds += seconds;
+        state.SetIterationTime(seconds);
+        state.PauseTiming();
+        tags = project->rootFolder()->childrenOfClass("QAStATag", true).size();
+        project.reset();
+        readtags += readtagsSeconds(data);
+        state.ResumeTiming();
+    }
+    state.counters["tags_made"] = double(tags);
+    state.counters["tree_ms"] = treeSeconds * 1e3 / state.iterations();
+    state.counters["readtags_ms"] = readtags * 1e3 / state.iterations();
+    state.counters["tree_over_readtags_ratio"] = treeSeconds / readtags;
+    state.counters["tree_MB_per_s"] = data.bytes.size() / 1e6 / (treeSeconds / state.iterations());
+}
+BENCHMARK(BM_TagTreeAgainstReadtags)->Unit(benchmark::kMillisecond)->UseManualTime()->Iterations(5);
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QCoreApplication app(argc, argv);
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+}

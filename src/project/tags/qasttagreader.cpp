@@ -1,0 +1,706 @@
+#include "qasttagreader.h"
+
+#include "nodetaginterface.h"
+#include "qainterfaceids.h"
+#include "qastaclasstag.h"
+#include "qastamethodtag.h"
+#include "qastapackagetag.h"
+#include "qastastructtag.h"
+#include "qastfile.h"
+#include "qastnodeplugincenter.h"
+#include "qastproject.h"
+#include "qastrootfolder.h"
+#include "qatrace.h"
+#include "studiointerface.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#include <cstdio>
+
+namespace {
+
+using T = QAStTagScanner;
+
+const QString keyName = QStringLiteral("Name");
+const QString keyFile = QStringLiteral("File");
+const QString keyLine = QStringLiteral("Line");
+const QString keyKind = QStringLiteral("Kind");
+const QString keyQualifier = QStringLiteral("Qualifier");
+const QString keyComplete = QStringLiteral("Complete Name");
+const QString keySeparate = QStringLiteral("Separate");
+const QString keySignature = QStringLiteral("Signature");
+
+QString toText(QByteArrayView bytes)
+{
+    return QString::fromUtf8(bytes);
+}
+
+// What each word of "access:" and "implementation:" adds to the qualifier.
+int qualifierBits(QByteArrayView word)
+{
+    if (word == "public")
+        return QAStATag::Public;
+    if (word == "protected")
+        return QAStATag::Protected;
+    if (word == "private")
+        return QAStATag::Private;
+    if (word == "pure virtual" || word == "abstract")
+        return QAStATag::Abstract;
+    if (word == "virtual")
+        return QAStATag::Virtual;
+    return 0;
+}
+
+enum Made { Nothing, Package, Class, Struct, Function, Plain };
+
+struct KindRule {
+    const char* kind;
+    int bits;
+    Made made;
+    const char* icon;
+};
+
+const KindRule kindRules[] = {
+    {"protected_body", 0x100, Package, nullptr},
+    {"task_body", 0x100, Package, nullptr},
+    {"package_body", 0x100, Package, nullptr},
+    {"protected_type", 0x80, Package, nullptr},
+    {"protected_spec", 0x80, Package, nullptr},
+    {"task_type", 0x80, Package, nullptr},
+    {"task_spec", 0x80, Package, nullptr},
+    {"package_spec", 0x80, Package, nullptr},
+    {"package_body_is_separate", 0x80, Package, nullptr},
+    {"package_renames", 0x80, Package, nullptr},
+    {"generic_package", 0x90, Package, nullptr},
+    {"generic_package_renames", 0x90, Package, nullptr},
+    // An instantiated package counts as a body, an instantiated subprogram
+    // as a declaration: the two differ on purpose.
+    {"generic_package_instanciation", 0x110, Package, nullptr},
+    {"namespace", 0x800, Package, nullptr},
+    {"package", 0x20000, Package, nullptr},
+    {"class", 0x80, Class, nullptr},
+    {"struct", 0x80, Struct, nullptr},
+    {"function", 0x100, Function, nullptr},
+    {"function_body", 0x100, Function, nullptr},
+    {"procedure_body", 0x100, Function, nullptr},
+    {"entry_body", 0x100, Function, nullptr},
+    {"prototype", 0x80, Function, nullptr},
+    {"function_decl", 0x80, Function, nullptr},
+    {"function_is_separate", 0x80, Function, nullptr},
+    {"function_renames", 0x80, Function, nullptr},
+    {"procedure_decl", 0x80, Function, nullptr},
+    {"procedure_is_separate", 0x80, Function, nullptr},
+    {"procedure_renames", 0x80, Function, nullptr},
+    {"entry_decl", 0x80, Function, nullptr},
+    {"method", 0x80, Function, nullptr},
+    {"generic_function", 0x90, Function, nullptr},
+    {"generic_function_renames", 0x90, Function, nullptr},
+    {"generic_function_instanciation", 0x90, Function, nullptr},
+    {"generic_procedure", 0x90, Function, nullptr},
+    {"generic_procedure_renames", 0x90, Function, nullptr},
+    {"generic_procedure_instanciation", 0x90, Function, nullptr},
+    {"ztu_service", 0x1000, Plain, "ztu_service.xpm"},
+    {"ztu_test", 0x4000, Plain, "ztu_test.xpm"},
+    {"zot_class", 0x2000, Plain, "zot_class.xpm"},
+    {"zot_test_class", 0x2000, Plain, "zot_test_class.xpm"},
+    {"zot_test_suite", 0x8000, Plain, "zot_test_suite.xpm"},
+    {"zot_test_case", 0x4000, Plain, "zot_test_case.xpm"},
+    {"zot_procedure", 0, Plain, "zot_procedure.xpm"},
+    {"zot_property", 0, Plain, "zot_property.xpm"},
+    {"zot_stub", 0, Plain, "zot_property.xpm"},
+    {"zot_native", 0, Plain, "zot_property.xpm"},
+    {"zot_run", 0, Plain, "zot_run.xpm"},
+    {"zot_epilogue", 0, Plain, "zot_epilogue.xpm"},
+    {"zot_prologue", 0, Plain, "zot_prologue.xpm"},
+    {"interface", 0x40000, Plain, "interface.xpm"},
+};
+
+const KindRule* ruleOf(const QString& kind)
+{
+    static const QHash<QString, const KindRule*> rules = [] {
+        QHash<QString, const KindRule*> map;
+        for (const KindRule& rule : kindRules)
+            map.insert(QString::fromLatin1(rule.kind), &rule);
+        return map;
+    }();
+    return rules.value(kind);
+}
+
+} // namespace
+
+QAStTagReader::QAStTagReader(QAStFile* file)
+    : _file(file), _project(file ? qobject_cast<QAStProject*>(file->project()) : nullptr)
+{
+}
+
+bool QAStTagReader::read(const QString& path)
+{
+    QFile input(path);
+    if (!_file || !input.open(QIODevice::ReadOnly))
+        return false;
+    const qint64 size = input.size();
+    // Mapped when it can be, so that words are cut from the file in place.
+    const uchar* mapped = size > 0 ? input.map(0, size) : nullptr;
+    QByteArray copy;
+    if (!mapped && size > 0)
+        copy = input.readAll();
+    StudioInterface* studio = QAStData::studioIFace();
+    if (studio)
+        studio->progressStart(size, QCoreApplication::translate("QAStFile", "Analyzing file"),
+                              QCoreApplication::translate("QAStFile", "&Abort"), _file);
+    read(mapped ? reinterpret_cast<const char*>(mapped) : copy.constData(), mapped ? size : copy.size());
+    if (studio)
+        studio->progressEnd();
+    return true;
+}
+
+void QAStTagReader::read(const char* data, qsizetype size)
+{
+    // The tags of this file go without a word to the views, which would
+    // otherwise redraw once for each.
+    {
+        const QSignalBlocker quiet(_file);
+        _file->deleteChildren();
+    }
+    _file->resetTimeStamp();
+    _done = {_file};
+    _current = _file;
+    _stale.clear();
+    _scopes.clear();
+    _files.clear();
+    _filesIndexed = false;
+    _dependencyKeys.clear();
+    _dependencies = nullptr;
+    _lastFileKnown = false;
+    _package.clear();
+    _scanner.reset(data, size);
+    StudioInterface* studio = QAStData::studioIFace();
+    advance();
+    while (_token != T::TK_END && !QAStFile::isTagStopped()) {
+        if (_token == T::TK_EOL) {
+            advance();
+            continue;
+        }
+        if (studio)
+            studio->progressStep(_scanner.position());
+        readLine();
+    }
+    for (QAStFile* done : std::as_const(_done)) {
+        done->setTimeStamp();
+        emit done->updated();
+    }
+    _file->setTimeStamp();
+    emit _file->updated();
+}
+
+void QAStTagReader::advance()
+{
+    _token = _scanner.next();
+    while (_token == T::TK_UNKNOWN) {
+        const QByteArrayView text = _scanner.text();
+        if (_reportUnknown)
+            std::fprintf(stderr, "Unknown token %.*s\n", int(text.size()), text.data());
+        _token = _scanner.next();
+    }
+}
+
+void QAStTagReader::error(const char* text)
+{
+    const QString message = QCoreApplication::translate("qastfile_display", "Syntax error: %1 in file ./ctags: line %2")
+                                .arg(QCoreApplication::translate("qastfile_display", text))
+                                .arg(_scanner.line());
+    _errors << message;
+    QAStData::displayMessage(QAStData::MessageConsole, message + QLatin1Char('\n'), QAStData::ErrorStream);
+}
+
+void QAStTagReader::skipRest()
+{
+    _scanner.skipLine();
+    advance();
+    if (_token == T::TK_EOL)
+        advance();
+}
+
+bool QAStTagReader::readLine()
+{
+    Values values;
+    if (_token != T::TK_IDENT && _token != T::TK_NUMBER) {
+        error("expecting an identifier");
+        skipRest();
+        return false;
+    }
+    values.insert(keyName, toText(_scanner.text()));
+    advance();
+    if (_token != T::TK_TAB) {
+        error("expecting a tab");
+        skipRest();
+        return false;
+    }
+    advance();
+    if (_token != T::TK_IDENT) {
+        error("expecting a file");
+        skipRest();
+        return false;
+    }
+    const QByteArrayView fileText = _scanner.text();
+    advance();
+    if (_token != T::TK_TAB) {
+        error("expecting a tab");
+        skipRest();
+        return false;
+    }
+    advance();
+    if (_token != T::TK_NUMBER) {
+        error("expecting a line number");
+        skipRest();
+        return false;
+    }
+    values.insert(keyLine, _scanner.text().toInt());
+    QAStFile* current = fileOfLine(fileText);
+    if (!current) {
+        skipRest();
+        return true;
+    }
+    values.insert(keyFile, _lastFileKey);
+    advance();
+    if (_token == T::TK_EOL || _token == T::TK_END) {
+        // The line only tells that the file was seen.
+        if (_token == T::TK_EOL)
+            advance();
+        return true;
+    }
+    if (_token != T::TK_EXTSEP) {
+        error("expecting the extension separator");
+        skipRest();
+        return false;
+    }
+    advance();
+    if (_token != T::TK_TAB) {
+        error("expecting a tab");
+        skipRest();
+        return false;
+    }
+    advance();
+    if (_token != T::TK_IDENT) {
+        error("expecting a kind");
+        skipRest();
+        return false;
+    }
+    const QString kind = toText(_scanner.text());
+    values.insert(keyKind, kind);
+    advance();
+
+    QAStData* parent = current;
+    if (kind == QLatin1String("package")) {
+        _package = values.value(keyName).toString();
+    } else if ((kind == QLatin1String("class") || kind == QLatin1String("interface")) && !_package.isEmpty()) {
+        // Java classes stand in their package.
+        if (QAStData* package = findBelow(_package, "QAStAPackageTag", false))
+            parent = package;
+    }
+    values.insert(keyQualifier, 0);
+    const bool complete = readFields(values, parent);
+    createTag(values, current, parent);
+    if (!complete)
+        skipRest();
+    else if (_token == T::TK_EOL)
+        advance();
+    return complete;
+}
+
+namespace {
+
+// A scope that this file does not hold, such as the class of a definition
+// whose class lies in a header, leaves the tag under the file: the complete
+// name still tells its class.
+QAStData* scope(QAStData* found, QAStData* parent)
+{
+    return found ? found : parent;
+}
+
+} // namespace
+
+bool QAStTagReader::readFields(Values& values, QAStData*& parent)
+{
+    QString pendingKey;
+    const auto expectIdent = [&](const char* message) {
+        advance();
+        if (_token == T::TK_IDENT)
+            return true;
+        error(message);
+        return false;
+    };
+    while (_token != T::TK_EOL && _token != T::TK_END && !QAStFile::isTagStopped()) {
+        const int field = _token;
+        switch (field) {
+        case T::TK_NAMESPACE: {
+            if (!expectIdent("expecting an implementation name"))
+                return false;
+            const QString text = toText(_scanner.text());
+            values.insert(keyComplete, text);
+            parent = scope(findBelow(text, "QAStAPackageTag", true), parent);
+            break;
+        }
+        case T::TK_CLASS:
+        case T::TK_INTERFACE: {
+            if (!expectIdent("expecting an implementation name"))
+                return false;
+            QString text = toText(_scanner.text());
+            if (!_package.isEmpty())
+                text = _package + QLatin1Char('.') + text;
+            values.insert(keyComplete, text);
+            parent = scope(findBelow(text, field == T::TK_CLASS ? "QAStAClassTag" : "QAStATag", false), parent);
+            break;
+        }
+        case T::TK_OUTER:
+        case T::TK_FROM: {
+            if (!expectIdent("expecting an implementation name"))
+                return false;
+            parent = scope(findBelow(toText(_scanner.text()), field == T::TK_OUTER ? "QAStTestedTag" : "QAStATag", false),
+                           parent);
+            if (field == T::TK_OUTER) {
+                advance();
+                if (_token == T::TK_COMMA)
+                    advance();
+                continue;
+            }
+            break;
+        }
+        case T::TK_PARENT:
+            if (!expectIdent("expecting a parent name"))
+                return false;
+            values.insert(keyName, toText(_scanner.text()) + QLatin1Char('.') + values.value(keyName).toString());
+            break;
+        case T::TK_SEPARATE:
+            if (!expectIdent("expecting an implementation name"))
+                return false;
+            values.insert(keyComplete, toText(_scanner.text()) + QLatin1Char('.') + values.value(keyName).toString());
+            values.insert(keySeparate, 1);
+            break;
+        case T::TK_ACCESS:
+        case T::TK_IMPLEMENTATION:
+            if (!expectIdent("expecting an identifier"))
+                return false;
+            // Plain addition: a word given twice counts twice.
+            values.insert(keyQualifier, values.value(keyQualifier).toInt() + qualifierBits(_scanner.text()));
+            break;
+        case T::TK_SIGNATURE: {
+            if (!expectIdent("expecting a signature"))
+                return false;
+            // Commas cut the text into words; the signature is all of them.
+            const char* from = _scanner.text().data();
+            const char* to = from + _scanner.text().size();
+            advance();
+            while (_token == T::TK_IDENT || _token == T::TK_COMMA) {
+                to = _scanner.text().data() + _scanner.text().size();
+                advance();
+            }
+            values.insert(keySignature, toText(QByteArrayView(from, to - from)));
+            continue;
+        }
+        case T::TK_IDENT: {
+            const QByteArrayView text = _scanner.text();
+            if (pendingKey.isEmpty() && text.endsWith(':')) {
+                pendingKey = toText(text.chopped(1));
+            } else if (!pendingKey.isEmpty()) {
+                values.insert(pendingKey, toText(text));
+                pendingKey.clear();
+            }
+            break;
+        }
+        case T::TK_TAB:
+            break;
+        default:
+            // "file:", "inherits:", numbers and commas tell nothing here.
+            if (field != T::TK_COMMA && field != T::TK_NUMBER)
+                pendingKey.clear();
+            break;
+        }
+        advance();
+    }
+    return true;
+}
+
+QAStFile* QAStTagReader::fileOfLine(const QByteArrayView& text)
+{
+    if (!_lastFileKnown || _lastFileText != text) {
+        _lastFileText = text.toByteArray();
+        _lastFileKey = _file->determineRelativePathFile(toText(text));
+        _lastFileKnown = true;
+    }
+    if (!QAStFile::isEqualKeys(_lastFileKey, _current->fileKey())) {
+        if (!QAStFile::isEqualKeys(_lastFileKey, _file->fileKey()))
+            addDependency(_lastFileKey);
+        QAStFile* found = knownFile(_lastFileKey);
+        if (!found)
+            found = addDependencyFile(_lastFileKey);
+        if (!found)
+            return nullptr;
+        _current = found;
+        startFile(found);
+    }
+    return isStale(_current) ? _current : nullptr;
+}
+
+bool QAStTagReader::isStale(QAStFile* file)
+{
+    // A file's age is looked at once in a pass, not on every line.
+    auto it = _stale.constFind(file);
+    if (it == _stale.constEnd())
+        it = _stale.insert(file, file->needUpdate());
+    return it.value();
+}
+
+void QAStTagReader::startFile(QAStFile* file)
+{
+    if (_done.contains(file))
+        return;
+    _done.append(file);
+    if (!isStale(file))
+        return;
+    const QSignalBlocker quiet(file);
+    file->deleteChildren();
+    _scopes.remove(file);
+}
+
+QAStData* QAStTagReader::findBelow(const QString& qualified, const char* className, bool last)
+{
+    const Scopes& scopes = _scopes[_current];
+    QAStATag* found = (last ? scopes.last : scopes.first).value(qualified);
+    return found && found->inherits(className) ? found : nullptr;
+}
+
+void QAStTagReader::remember(QAStATag* tag, QAStFile* file)
+{
+    Scopes& scopes = _scopes[file];
+    const QString qualified = tag->qualifiedName();
+    if (!scopes.first.contains(qualified))
+        scopes.first.insert(qualified, tag);
+    scopes.last.insert(qualified, tag);
+}
+
+void QAStTagReader::addDependency(const QString& key)
+{
+    // The file's own list is searched from its start: a pass naming
+    // thousands of headers asks a set of its own instead.
+    if (_dependencyKeys.isEmpty()) {
+        for (const QString& known : _file->dependencies())
+            _dependencyKeys.insert(QDir::cleanPath(known));
+    }
+    const QString cleaned = QDir::cleanPath(key);
+    if (_dependencyKeys.contains(cleaned))
+        return;
+    _dependencyKeys.insert(cleaned);
+    _file->addDependency(key);
+}
+
+QAStData* QAStTagReader::createTag(Values& values, QAStFile* file, QAStData* parent)
+{
+    if (!file || !parent)
+        return nullptr;
+    const QString kind = values.value(keyKind).toString();
+    const QString name = values.value(keyName).toString();
+    const QString path = values.value(keyFile).toString();
+    const int line = values.value(keyLine).toInt();
+    int qualifier = values.value(keyQualifier).toInt();
+    const QString complete = values.value(keyComplete).toString();
+    QAStData* after = lastChild(parent);
+    const KindRule* rule = ruleOf(kind);
+    if (!rule)
+        return offerToPlugins(kind, values, parent);
+    qualifier += rule->bits;
+    QAStATag* tag = nullptr;
+    switch (rule->made) {
+    case Package: {
+        auto* package = new QAStAPackageTag(name, path, line, parent, after);
+        if (values.value(keySeparate).toInt() && !complete.isEmpty())
+            package->setQualifiedName(complete);
+        tag = package;
+        break;
+    }
+    case Class:
+        tag = new QAStAClassTag(name, path, line, parent, after);
+        break;
+    case Struct:
+        tag = new QAStAStructTag(name, path, line, parent, after);
+        break;
+    case Function:
+        if (complete.isEmpty()) {
+            tag = new QAStAFunctionTag(name, path, line, parent, after);
+        } else {
+            // A definition outside its class, the class's declaration seen
+            // first, hangs under the file and knows its class by name.
+            auto* owner = qobject_cast<QAStAClassTag*>(parent);
+            if (owner && owner->method(name)) {
+                parent = file;
+                after = lastChild(file);
+            }
+            tag = new QAStAMethodTag(name, path, line, parent, after);
+            const QString separator = file->fileLanguage() == 8 ? QStringLiteral(".") : QStringLiteral("::");
+            tag->setQualifiedName(complete + separator + name);
+        }
+        tag->setSignature(values.value(keySignature).toString());
+        break;
+    case Plain:
+        tag = new QAStATag(name, path, line, parent, after);
+        tag->setIconByFileName(QString::fromLatin1(rule->icon));
+        break;
+    case Nothing:
+        return nullptr;
+    }
+    tag->setQualifier(qualifier);
+    _lastChild.insert(parent, tag);
+    if (auto* method = qobject_cast<QAStAMethodTag*>(tag); method && (qualifier & QAStATag::Body))
+        joinDeclaration(method, name);
+    if (_functionsIndexed && qobject_cast<QAStAFunctionTag*>(tag))
+        indexFunction(tag);
+    remember(tag, file);
+    return tag;
+}
+
+// The project's files by key, and its functions by name, are found in one
+// walk of the file tree the first time they are needed, then kept up to date
+// as the pass adds files and tags: a walk for each line would make the pass
+// quadratic in the size of the project.
+void QAStTagReader::indexFiles()
+{
+    if (_filesIndexed)
+        return;
+    _filesIndexed = true;
+    if (!_project)
+        return;
+    for (QAStFile* file : _project->files())
+        _files.insert(QDir::cleanPath(file->fileKey()), file);
+}
+
+QAStFile* QAStTagReader::knownFile(const QString& key)
+{
+    indexFiles();
+    return _files.value(QDir::cleanPath(key));
+}
+
+QAStFile* QAStTagReader::addDependencyFile(const QString& key)
+{
+    if (!_project || !_project->rootFolder())
+        return nullptr;
+    if (!_dependencies) {
+        _dependencies = _project->rootFolder()->dependencyFolder();
+        _dependenciesSorted = !_dependencies->filters().isEmpty() || !_dependencies->folders().isEmpty();
+    }
+    // As the folder's own addFile does for a key it does not know yet; a
+    // folder of files alone, as it usually is, need not be asked.
+    QAStFolder* target = _dependenciesSorted ? _dependencies->accept(key) : nullptr;
+    if (!target)
+        target = _dependencies;
+    auto* file = new QAStFile(key, target, lastChild(target));
+    _lastChild.insert(target, file);
+    _files.insert(QDir::cleanPath(file->fileKey()), file);
+    return file;
+}
+
+void QAStTagReader::indexFunctions()
+{
+    if (_functionsIndexed)
+        return;
+    _functionsIndexed = true;
+    if (!_project || !_project->rootFolder())
+        return;
+    for (QAStData* data : _project->rootFolder()->childrenOfClass("QAStAFunctionTag", true))
+        indexFunction(static_cast<QAStATag*>(data));
+}
+
+void QAStTagReader::indexFunction(QAStATag* function)
+{
+    if (function->hasQualifier(QAStATag::Declaration)) {
+        _declarations[function->qualifiedName()].append(function);
+        _prototypes[function->name()].append(function);
+    }
+    if (function->hasQualifier(QAStATag::Body))
+        _bodies[function->qualifiedName()].append(function);
+}
+
+// The last child of \a parent, kept as the pass appends, so that a file of
+// many tags is not walked from its first child for each.
+QAStData* QAStTagReader::lastChild(QAStData* parent)
+{
+    QAStData* last = _lastChild.value(parent);
+    if (!last || last->parent() != parent)
+        return parent->last();
+    while (last->next())
+        last = last->next();
+    return last;
+}
+
+// Whether one of \a tags still lives: tags of a file renewed in this pass
+// are gone from the lists by themselves.
+static bool anyLeft(const QHash<QString, QList<QPointer<QAStATag>>>& index, const QString& name)
+{
+    const auto found = index.constFind(name);
+    if (found == index.constEnd())
+        return false;
+    return std::any_of(found->cbegin(), found->cend(), [](const QPointer<QAStATag>& tag) { return !tag.isNull(); });
+}
+
+void QAStTagReader::joinDeclaration(QAStATag* method, const QString& name)
+{
+    indexFunctions();
+    if (anyLeft(_declarations, method->qualifiedName()))
+        return;
+    // The class may lie in a header: a prototype of the same name in the
+    // files this one includes tells the method's name, the last one found
+    // through the dependencies in their order.
+    const auto candidates = _prototypes.constFind(name);
+    if (candidates == _prototypes.constEnd())
+        return;
+    // The dependencies only grow during the pass: their order is renewed
+    // when one was added.
+    const QStringList& dependencies = _file->dependencies();
+    if (_dependencyOrderOf != dependencies.size()) {
+        _dependencyOrder.clear();
+        _dependencyOrderOf = dependencies.size();
+        for (int i = 0; i < dependencies.size(); ++i) {
+            QAStFile* header = knownFile(dependencies.at(i));
+            // The walk stops at a file that is gone.
+            if (!header)
+                break;
+            _dependencyOrder.insert(header, i);
+        }
+    }
+    const QHash<QAStFile*, int>& order = _dependencyOrder;
+    QAStATag* chosen = nullptr;
+    int chosenAt = -1;
+    for (const QPointer<QAStATag>& prototype : candidates.value()) {
+        if (!prototype)
+            continue;
+        const int at = order.value(prototype->file(), -1);
+        if (at < 0 || at < chosenAt || anyLeft(_bodies, prototype->qualifiedName()))
+            continue;
+        chosen = prototype;
+        chosenAt = at;
+    }
+    if (chosen)
+        method->setQualifiedName(chosen->qualifiedName());
+}
+
+QAStData* QAStTagReader::offerToPlugins(const QString& kind, Values& values, QAStData* parent)
+{
+    if (!_pluginKindsRead) {
+        _pluginKinds = QAStNodePluginCenter::nodePluginCenter()->featureList(IID_NodeTag);
+        _pluginKindsRead = true;
+    }
+    QAStData* made = nullptr;
+    if (_pluginKinds.contains(kind)) {
+        QUnknownInterface* face = nullptr;
+        QAStNodePluginCenter::nodePluginCenter()->queryComponentInterface(kind, IID_NodeTag, &face);
+        if (face) {
+            made = static_cast<NodeTagInterface*>(face)->nodeTag(kind, values, 0, parent, parent->last());
+            face->release();
+        }
+    }
+    if (!made)
+        warning("[info] TAGGING: %s is a kind of token not yet implemented", qPrintable(kind));
+    return made;
+}
