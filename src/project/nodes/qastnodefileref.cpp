@@ -18,23 +18,6 @@
 
 namespace {
 
-// The project's file of a reference follows the reference's new key, and so
-// do the other references to that file. The file model is to offer this as
-// QAStFile::referenceFileKeyChanged(); until it does, it is done here.
-void fileFollowsReference(QAStFile* file, QAStNodeFileRef* reference)
-{
-    const QString oldKey = file->fileKey();
-    file->changeFileKey(reference->fileKey());
-    QAStData* top = reference->project();
-    if (!top)
-        return;
-    for (QAStData* other : top->childrenOfClass("QAStNodeFileRef", true)) {
-        auto* sibling = static_cast<QAStNodeFileRef*>(other);
-        if (sibling != reference && QAStFile::isEqualKeys(sibling->fileKey(), oldKey))
-            sibling->referencedFileKeyChanged(file);
-    }
-}
-
 // What the file includes, by key relative to the project. The file model
 // fills the list when it analyses the file.
 QStringList fileDependencies(QAStFile* file)
@@ -165,8 +148,9 @@ void QAStNodeFileRef::setFileKey(const QString& key)
     _fileKey = _lastFileKey;
     QAStFile* known = file();
     changeFileKey(key);
+    // The file, and the other references to it, follow the new key.
     if (known)
-        fileFollowsReference(known, this);
+        known->referenceFileKeyChanged(this);
 }
 
 void QAStNodeFileRef::changeFileKey(const QString& key)

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "qastfile.h"
 #include "qastnode.h"
 
-class QAStFile;
 
 /// One file of the project in the build tree: a tree position joined to a
 /// QAStFile by its key.
@@ -59,7 +59,7 @@ public:
     Q_INVOKABLE QString absolutePath();
     QString fullPath() const { return _fullPath; }
     QAStAttribute<QString>& fileKeyAttribute() { return _fileKey; }
-    void referencedFileKeyChanged(QAStFile* file);
+    Q_INVOKABLE void referencedFileKeyChanged(QAStFile* file);
     Q_INVOKABLE void changeKeyToAbsoluteFilePath();
     Q_INVOKABLE void changeKeyToRelativeFilePath();
 
