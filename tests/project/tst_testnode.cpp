@@ -79,6 +79,9 @@ private slots:
     {
         project.reset();
         host.messages.clear();
+        host.boxes.clear();
+        host.viewers.clear();
+        host.viewerRequests.clear();
     }
 
     void theRunSeesItsStepsAndTheVerdict_data()
@@ -126,6 +129,90 @@ private slots:
         QVERIFY(!settings()->hasProperty(QStringLiteral("executionFlag")));
         QCOMPARE(test->executionFlag(), flag);
         QCOMPARE(QDir::currentPath(), before);
+    }
+
+    // The script writes a coverage and a trace record into the split file
+    // while it runs, as an instrumented program does.
+    QString recordingScript(const QString& splitFile)
+    {
+        const QString file = path(QStringLiteral("records.pl"));
+        QFile out(file);
+        if (!out.open(QIODevice::WriteOnly | QIODevice::Truncate))
+            return QString();
+        out.write("open(my $s, '>>', '" + splitFile.toUtf8() + "') or die; select($s); $| = 1;\n"
+                  "print $s \"CO f1\\n\"; print $s \"CS main\\n\"; close($s); exit 0;\n");
+        return file;
+    }
+
+    void aRunIsFollowedWhenTheHostHasTheViewer_data()
+    {
+        QTest::addColumn<QStringList>("viewers");
+        QTest::addColumn<int>("flag");
+        QTest::addColumn<QString>("language");
+        QTest::addColumn<bool>("batch");
+        QTest::addColumn<bool>("described"); // the program's description (FDC, TSF) is there
+        QTest::addColumn<QString>("box");
+        QTest::addColumn<QString>("coverage"); // what the coverage file holds; null: not followed
+        QTest::addColumn<QString>("trace");
+        QTest::addColumn<QString>("window");
+        const QStringList both {QStringLiteral("Cvi"), QStringLiteral("Tracer")};
+        QTest::newRow("a host without the coverage viewer: the message, nothing split")
+            << QStringList() << 0x210 << "C" << true << true << "Coverage|Unable to load this viewer." << QString()
+            << QString() << "";
+        QTest::newRow("coverage followed in batch: its records reach its file, no window")
+            << both << 0x210 << "C" << true << true << "" << "CO f1\n" << QString() << "";
+        QTest::newRow("no program description: the run is still split, the message names the tio")
+            << both << 0x210 << "C" << true << false
+            << "Coverage|Cannot view coverage information. \nNo tio file generated." << "CO f1\n" << QString() << "";
+        QTest::newRow("no program description for the trace: the message names the tsf")
+            << both << 0x410 << "C" << true << false
+            << "Runtime Trace|Cannot view sequence diagram. \nNo tsf file generated." << QString() << "CS main\n" << "";
+        QTest::newRow("trace followed in a window of the host")
+            << both << 0x410 << "C" << false << true << "" << QString() << "CS main\n" << "Tracer";
+        QTest::newRow("both followed at once") << both << 0x610 << "C" << true << true << "" << "CO f1\n"
+                                               << "CS main\n" << "";
+        QTest::newRow("an Ada configuration follows nothing, whatever the flags")
+            << both << 0x610 << "ADA" << true << true << "" << QString() << QString() << "";
+    }
+    void aRunIsFollowedWhenTheHostHasTheViewer()
+    {
+        QFETCH(QStringList, viewers);
+        QFETCH(int, flag);
+        QFETCH(QString, language);
+        QFETCH(bool, batch);
+        QFETCH(bool, described);
+        host.viewers = viewers;
+        QAStProject::setModeBatch(batch);
+        settings()->setProperty(QStringLiteral("executionFlag"), flag);
+        settings()->setProperty(QStringLiteral("sourceLanguage"), language);
+        settings()->setProperty(QStringLiteral("intdir"), QStringLiteral("out"));
+        settings()->setProperty(QStringLiteral("ztc_onthefly"), 1);
+        settings()->setProperty(QStringLiteral("ztt_on_fly"), false);
+        QVERIFY(QDir().mkpath(path(QStringLiteral("out"))));
+        if (described) {
+            test->addOutFileName(QStringLiteral("FDC"), path(QStringLiteral("out/t.fdc")));
+            test->addOutFileName(QStringLiteral("TSF"), path(QStringLiteral("out/t.tsf")));
+        }
+        test->setPerlScriptAfterChild(recordingScript(path(QStringLiteral("out/t.spt"))));
+        QSignalSpy finished(test, &QAStNode::buildExecuteFinished);
+        test->executeAfterChildren(false);
+        QVERIFY(finished.count() == 1 || finished.wait(10000));
+        test->stopOnTheFlySurvey();
+        QAStProject::setModeBatch(false);
+        QCOMPARE(test->executionStatus(), 0);
+        QTEST(host.boxes.join(QLatin1Char('/')), "box");
+        auto content = [](const QStringList& files) {
+            QFile file(files.value(0));
+            return files.size() == 1 && file.open(QIODevice::ReadOnly) ? QString::fromLatin1(file.readAll())
+                                                                        : QString();
+        };
+        QTEST(content(test->coverageFiles()), "coverage");
+        QTEST(content(test->traceFiles()), "trace");
+        QFETCH(QString, window);
+        QCOMPARE(host.viewerRequests.isEmpty(), window.isEmpty());
+        if (!window.isEmpty())
+            QVERIFY2(host.viewerRequests.value(0).startsWith(window + QStringLiteral(": ")),
+                     qPrintable(host.viewerRequests.join(QLatin1Char('\n'))));
     }
 
     void aSettingOfItsOwnComesBack()

@@ -106,3 +106,8 @@ int BatchHost::messageBox(QMessageBox::Icon, const QString& caption, const QStri
     QAMessageBox::warning(nullptr, false, caption, text, QMessageBox::Ok);
     return defaultButton == QMessageBox::NoButton ? int(QMessageBox::Ok) : int(defaultButton);
 }
+
+QStringList BatchHost::viewerFeatureList()
+{
+    return {QStringLiteral("Cvi"), QStringLiteral("Tracer")};
+}

@@ -51,6 +51,10 @@ public:
     QStringList perlCommand() override;
     QAILogMonitor* console(int console) override;
     QString applicationName() override;
+    /// The batch host shows no windows, yet it follows a running test's
+    /// coverage and trace: the splitter fills their files, and the session
+    /// says where they are when the test ends.
+    QStringList viewerFeatureList() override;
     int messageBox(QMessageBox::Icon icon, const QString& caption, const QString& text,
                    QMessageBox::StandardButtons buttons,
                    QMessageBox::StandardButton defaultButton) override;

@@ -1,11 +1,14 @@
 #include "batchsession.h"
 
+#include "qastnodetest.h"
+
 #include "batchhost.h"
 #include "batchtags.h"
 #include "executionstatusname.h"
 #include "qaprocess.h"
 #include "qastconfiguration.h"
 #include "qastnode.h"
+#include "qastnodetest.h"
 #include "qastnodeplugincenter.h"
 #include "qastproject.h"
 #include "qasttargetpackage.h"
@@ -325,7 +328,31 @@ void BatchSession::nodeFinished()
     const qint64 elapsed = _started.take(node).elapsed();
     _out << "end " << pathOf(node) << ": " << executionStatusName(node->executionStatus())
          << QStringLiteral(" (%1 s)").arg(elapsed / 1000.0, 0, 'f', 2) << '\n';
+    if (auto* test = qobject_cast<QAStNodeTest*>(const_cast<QAStNode*>(node)))
+        reportFollowedOutputs(test);
     _out.flush();
+}
+
+// The run is over: what the program still wrote is split before the files
+// are named, so that they are whole when the caller reads them.
+void BatchSession::reportFollowedOutputs(QAStNodeTest* test)
+{
+    if (!test->splitSurvey())
+        return;
+    test->stopOnTheFlySurvey();
+    auto existing = [](const QStringList& files) {
+        QStringList found;
+        for (const QString& file : files)
+            if (QFileInfo::exists(file))
+                found << QDir::toNativeSeparators(file);
+        return found;
+    };
+    const QStringList coverage = existing(test->coverageFiles());
+    const QStringList trace = existing(test->traceFiles());
+    if (!coverage.isEmpty())
+        _out << "coverage " << pathOf(test) << ": " << coverage.join(QLatin1Char(' ')) << '\n';
+    if (!trace.isEmpty())
+        _out << "trace " << pathOf(test) << ": " << trace.join(QLatin1Char(' ')) << '\n';
 }
 
 int BatchSession::run(const QString& command, QAStNode* node)

@@ -11,6 +11,7 @@
 class BatchHost;
 class QAStData;
 class QAStNode;
+class QAStNodeTest;
 class QAStProject;
 class QTextStream;
 
@@ -68,6 +69,7 @@ private:
     void watch(QAStNode* top);
     void nodeStarted();
     void nodeFinished();
+    void reportFollowedOutputs(QAStNodeTest* test);
     QString originOf(const QAStNode* node, const QString& key) const;
 
     BatchHost& _host;

@@ -7,6 +7,8 @@
 #include "qastconfiguration.h"
 #include "qastnodeplugincenter.h"
 #include "qastproject.h"
+#include "qastsplitsurvey.h"
+#include "qafilesurvey.h"
 #include "qatrace.h"
 #include "studiointerface.h"
 #include "viewerinterface.h"
@@ -16,6 +18,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QMenu>
+#include <QPointer>
 #include <QTextStream>
 #include <QWidget>
 
@@ -29,6 +32,7 @@ const int CoverageOnTheFly = 0x200;
 const int TraceOnTheFly = 0x400;
 const int JavaMemoryProfile = 0x800;
 const unsigned int JavaTestingMask = 0x400000;
+const unsigned int NodeKindMask = 0xFFFF00;
 const int AdaLanguage = 4;
 const int JavaLanguage = 8;
 
@@ -80,9 +84,11 @@ void QAStNodeTest::write(QTextStream& stream, int indent)
 // ---------------------------------------------------------------------------
 // The program
 
+// By the node-kind bits alone: a node class that selects every setting is
+// not a Java testing node for that.
 bool QAStNodeTest::isJavaTesting() const
 {
-    return settingsMask() & JavaTestingMask;
+    return (settingsMask() & NodeKindMask) == JavaTestingMask;
 }
 
 int QAStNodeTest::language() const
@@ -300,15 +306,112 @@ QString QAStNodeTest::dottedTitle() const
 }
 
 // The viewers that follow a running test read what the stream splitter
-// writes; these are the points where they start.
+// writes while the program runs. A batch host has no windows: its viewers
+// only tell that it follows the run, and the splitter still fills the files.
 void QAStNodeTest::traceOnTheFly(QStringList& files)
 {
-    Q_UNUSED(files);
+    followOnTheFly(QStringLiteral("Tracer"), tr("Runtime Trace"), tdfFile(), QStringLiteral("TDF"),
+                   QStringLiteral("TSF"),
+                   {tr("Cannot view sequence diagram. \nNo tdf file generated."),
+                    tr("Cannot view sequence diagram. \nNo tsf file generated.")},
+                   files);
 }
 
 void QAStNodeTest::coverageOnTheFly(QStringList& files)
 {
-    Q_UNUSED(files);
+    followOnTheFly(QStringLiteral("Cvi"), tr("Coverage"), tioFile(), QStringLiteral("TIO"), QStringLiteral("FDC"),
+                   {tr("Cannot view coverage information. \nNo fdc file generated."),
+                    tr("Cannot view coverage information. \nNo tio file generated.")},
+                   files);
+}
+
+bool QAStNodeTest::followOnTheFly(const QString& feature, const QString& caption, const QString& output,
+                                  const QString& fallbackType, const QString& describedType,
+                                  const QStringList& messages, QStringList& files)
+{
+    StudioInterface* studio = studioIFace();
+    if (!studio)
+        return false;
+    if (!studio->viewerFeatureList().contains(feature)) {
+        studio->messageBox(QMessageBox::Critical, caption, tr("Unable to load this viewer."));
+        return false;
+    }
+    QStringList described;
+    outFileNames(describedType, described);
+    const QString absoluteOutput = determineAbsolutePathFile(output);
+    if (!output.isEmpty() && QFileInfo::exists(absoluteOutput)) {
+        warning("Removing %s", qPrintable(absoluteOutput));
+        QFile::remove(absoluteOutput);
+    }
+    if (startOnTheFlySurvey())
+        files << output;
+    else
+        outFileNames(fallbackType, files);
+    determineAbsolutePathFiles(described);
+    determineAbsolutePathFiles(files);
+    if (described.isEmpty() || files.isEmpty()) {
+        // The first message is for a program that was described, the second
+        // for one that was not; the files they name are kept as users know them.
+        studio->messageBox(QMessageBox::Critical, caption, described.isEmpty() ? messages.value(1) : messages.value(0));
+        return false;
+    }
+    if (QAStProject::modeBatch())
+        return false;
+    // One window per viewer and node, reused by the next run.
+    QPointer<QWidget>& window = _viewers[feature];
+    QWidget* opened = studio->openViewer(feature, described + files, window);
+    if (!opened) {
+        studio->messageBox(QMessageBox::Critical, caption, tr("Unable to create this viewer."));
+        return false;
+    }
+    opened->setWindowTitle(dottedTitle());
+    window = opened;
+    studio->showViewer(opened);
+    return true;
+}
+
+bool QAStNodeTest::startOnTheFlySurvey()
+{
+    if (_splitSurvey)
+        return true;
+    const QAStConfiguration* configuration = currentConfiguration();
+    if (!studioIFace() || !configuration)
+        return false;
+    const QString split = configuration->property(QStringLiteral("intdir")).toString() + QDir::separator() + name()
+        + QStringLiteral(".spt");
+    warning("split file is %s", qPrintable(split));
+    const QString absoluteSplit = determineAbsolutePathFile(split);
+    if (QFileInfo::exists(absoluteSplit)) {
+        warning("Removing %s", qPrintable(absoluteSplit));
+        QFile::remove(absoluteSplit);
+    }
+    if (!outFileNameContains(QStringLiteral("SPT")))
+        addOutFileName(QStringLiteral("SPT"), split);
+    // The first records may come before the tool chain made its directories:
+    // the splitter would lose them.
+    auto absolute = [this](const QString& path) {
+        if (path.isEmpty())
+            return path;
+        const QString made = determineAbsolutePathFile(path);
+        QDir().mkpath(QFileInfo(made).path());
+        return made;
+    };
+    _splitSurvey = std::make_unique<QASTSplitSurvey>(absolute(outFileName(QStringLiteral("SPT"))), absolute(tioFile()),
+                                                     absolute(tdfFile()), absolute(tpfFile()), absolute(tqfFile()));
+    _splitSurvey->splitExistingLines();
+    return true;
+}
+
+// The last records of a run may still wait for the next poll: they are taken
+// before the splitter goes, so that nothing the program wrote is lost.
+void QAStNodeTest::stopOnTheFlySurvey()
+{
+    if (_splitSurvey && _splitSurvey->fileSurvey())
+        _splitSurvey->fileSurvey()->survey();
+    if (_splitSurvey)
+        _splitSurvey->closeOutputFile();
+    _splitSurvey.reset();
+    _javaSplitSurvey.reset();
 }
 
 // The memory profile of a Java run: the files its viewer follows, named by

@@ -2,7 +2,14 @@
 
 #include "qastnodecontainer.h"
 
+#include <QHash>
+#include <QPointer>
 #include <QStringList>
+#include <QWidget>
+
+#include <memory>
+
+class QASTSplitSurvey;
 
 /// The base of every node that builds a test program from its children and
 /// then runs it. Building walks the children as any container does; this
@@ -28,6 +35,18 @@ public:
     virtual void traceOnTheFly(QStringList& files);
     virtual void coverageOnTheFly(QStringList& files);
     virtual void memvexJava(QString* tsf, QString* tpf);
+
+    /// Starts splitting the run's stream into the trace, coverage and other
+    /// outputs while the program runs; true at once when it already runs.
+    /// False without a studio or a configuration.
+    bool startOnTheFlySurvey();
+    /// Splits what the stream still holds, then ends the splitting.
+    virtual void stopOnTheFlySurvey();
+    /// The splitter of the run under way, null when none runs.
+    QASTSplitSurvey* splitSurvey() const { return _splitSurvey.get(); }
+    /// What the viewers that followed the last run read.
+    QStringList traceFiles() const { return _traceFiles; }
+    QStringList coverageFiles() const { return _coverageFiles; }
 
     bool acceptDrop(QAStData* data) const override;
     QMenu* addChildPopupMenu(QWidget* parent) override;
@@ -58,12 +77,24 @@ protected:
     bool isJavaTesting() const;
     int language() const;
 
+    std::unique_ptr<QASTSplitSurvey> _splitSurvey;
+    /// The windows of the viewers that followed this node's runs, by feature.
+    QHash<QString, QPointer<QWidget>> _viewers;
+    std::unique_ptr<QASTSplitSurvey> _javaSplitSurvey;
     QStringList _traceFiles;
     QStringList _coverageFiles;
     QString _savedCurrentDir;
 
 private:
     void reportInBatch();
+    /// Follows the run's \a output for the viewer plug-in \a feature: \a
+    /// files receives it, or the out files of \a fallbackType when the
+    /// splitter cannot run. \a messages are shown under \a caption when
+    /// nothing can be viewed, the first when \a describedType's files exist.
+    /// True when a viewer window shows them.
+    bool followOnTheFly(const QString& feature, const QString& caption, const QString& output,
+                        const QString& fallbackType, const QString& describedType, const QStringList& messages,
+                        QStringList& files);
     bool wantsTraceOnTheFly(int flag) const;
     bool wantsCoverageOnTheFly(int flag) const;
 };
