@@ -3,7 +3,8 @@
 #include <QTest>
 
 // The batch host on a small project of real sources: good.c in the group
-// "ok", and bad.c, which does not compile, beside it.
+// "ok", and bad.c, which does not compile, beside it and in the group
+// "broken".
 class tst_BatchCompile : public QObject
 {
     Q_OBJECT
@@ -32,6 +33,11 @@ private slots:
         QTest::newRow("a failing compile stops the build with the compiler's message")
             << QStringList {"build"} << 1
             << QStringList {"end ok.good.c: success", "end bad.c: failed", "build compile: failed"}
+            << "/compile/src/bad.c:3:12: error: ";
+        QTest::newRow("a failing compile in a group fails the build though the group's own step succeeds")
+            << QStringList {"build", "broken"} << 1
+            << QStringList {"end broken.bad.c: failed", "end broken: success", "build broken: success",
+                            ", 1 node failed\n"}
             << "/compile/src/bad.c:3:12: error: ";
     }
     void compilesShowInTheProgress()

@@ -328,6 +328,8 @@ void BatchSession::nodeFinished()
     const qint64 elapsed = _started.take(node).elapsed();
     _out << "end " << pathOf(node) << ": " << executionStatusName(node->executionStatus())
          << QStringLiteral(" (%1 s)").arg(elapsed / 1000.0, 0, 'f', 2) << '\n';
+    _failedNodes += node->executionStatus() == QAStData::ExecutionFailed;
+    _failedTests += node->executionStatus() == QAStData::ExecutionTestFailed;
     if (auto* test = qobject_cast<QAStNodeTest*>(const_cast<QAStNode*>(node)))
         reportFollowedOutputs(test);
     _out.flush();
@@ -359,6 +361,7 @@ int BatchSession::run(const QString& command, QAStNode* node)
 {
     watch(node);
     _running = node;
+    _failedNodes = _failedTests = 0;
     QElapsedTimer whole;
     whole.start();
     _out << command << ' ' << pathOf(node) << " in configuration " << quoted(node->currentConfigurationName())
@@ -388,16 +391,24 @@ int BatchSession::run(const QString& command, QAStNode* node)
     disconnect(end);
     const int status = node->executionStatus();
     _out << command << ' ' << pathOf(node) << ": " << executionStatusName(status)
-         << QStringLiteral(" (%1 s)").arg(whole.elapsed() / 1000.0, 0, 'f', 2) << '\n';
+         << QStringLiteral(" (%1 s)").arg(whole.elapsed() / 1000.0, 0, 'f', 2);
+    if (_failedNodes)
+        _out << ", " << _failedNodes << (_failedNodes == 1 ? " node failed" : " nodes failed");
+    if (_failedTests)
+        _out << ", " << _failedTests << (_failedTests == 1 ? " test node failed" : " test nodes failed");
+    _out << '\n';
     _out.flush();
     _running = nullptr;
     if (_stopping || status == QAStData::ExecutionStopped)
         return ExitStopped;
-    switch (status) {
-    case QAStData::ExecutionFailed: return ExitBuildFailed;
-    case QAStData::ExecutionTestFailed: return ExitTestFailed;
-    default: return ExitSuccess;
-    }
+    // A group's own script has the last word on the group's status, and it
+    // may well succeed after a child failed; the caller must still learn
+    // that something below failed.
+    if (status == QAStData::ExecutionFailed || _failedNodes)
+        return ExitBuildFailed;
+    if (status == QAStData::ExecutionTestFailed || _failedTests)
+        return ExitTestFailed;
+    return ExitSuccess;
 }
 
 void BatchSession::stop()

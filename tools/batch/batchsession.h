@@ -78,4 +78,7 @@ private:
     QPointer<QAStNode> _running;
     QHash<const QAStNode*, QElapsedTimer> _started;
     bool _stopping = false;
+    /// Nodes of the run under way that ended failed, or with failed tests.
+    int _failedNodes = 0;
+    int _failedTests = 0;
 };
