@@ -295,17 +295,17 @@ QAStData* Editor::makeNamedNode(const Kind* kind, const QString& word, const QSt
                                 QAStData* after, int& status)
 {
     if (!kind) {
-        NodeTestInterface* provider = nullptr;
         QUnknownInterface* face = nullptr;
         QAStNodePluginCenter::nodePluginCenter()->queryComponentInterface(word, IID_NodeTest, &face);
-        provider = static_cast<NodeTestInterface*>(face);
+        auto* provider = static_cast<NodeTestInterface*>(face);
+        if (!provider)
+            return nullptr;
         QAStData* made = nullptr;
-        if (provider && provider->toAddChild(word, parent, after))
+        if (provider->toAddChild(word, parent, after))
             made = provider->nodeTest(word, name, parent, after);
-        else if (provider)
+        else
             status = refuse(QStringLiteral("a %1 node cannot stand under %2").arg(word, pathOf(parent)));
-        if (provider)
-            provider->release();
+        provider->release();
         return made;
     }
     if (!QAStDataFactory::hasMaker(QLatin1String(kind->className))) {
@@ -568,8 +568,10 @@ bool EditCommands::handles(const QStringList& positional)
 
 bool EditCommands::keepsArgument(const QStringList& before, const QString& argument)
 {
-    if (argument == QLatin1String("--port") || argument == QLatin1String("--after"))
-        return true;
+    if (argument == QLatin1String("--port"))
+        return before.value(0) == QLatin1String("new");
+    if (argument == QLatin1String("--after"))
+        return before.value(1) == QLatin1String("move");
     return before.size() == 4 && before.at(1) == QLatin1String("set");
 }
 
