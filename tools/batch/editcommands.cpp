@@ -53,9 +53,13 @@ const Kind kinds[] = {
 };
 
 // A test script takes the form of the test node that holds it.
-const Kind scriptKinds[] = {
-    {"QAStNodeUnitTesting", "unittesting_script", "QAStNodeUnitTestingScript", true},
-    {"QAStNodeJavaTesting", "javatesting_script", "QAStNodeJavaTestingScript", true},
+struct ScriptKind {
+    const char* holder;
+    Kind kind;
+};
+const ScriptKind scriptKinds[] = {
+    {"QAStNodeUnitTesting", {"test-script", "unittesting_script", "QAStNodeUnitTestingScript", true}},
+    {"QAStNodeJavaTesting", {"test-script", "javatesting_script", "QAStNodeJavaTestingScript", true}},
 };
 
 const QStringList commands {"add", "set", "unset", "remove", "rename", "move"};
@@ -271,9 +275,9 @@ QAStData* Editor::makeFileNode(const Kind& kind, const QString& path, QAStNode* 
     }
     const Kind* chosen = &kind;
     if (qstrcmp(kind.word, "test-script") == 0) {
-        for (const Kind& script : scriptKinds) {
-            if (parent->inherits(script.word))
-                chosen = &script;
+        for (const ScriptKind& script : scriptKinds) {
+            if (parent->inherits(script.holder))
+                chosen = &script.kind;
         }
     }
     if (!QAStDataFactory::hasMaker(QLatin1String(chosen->className))) {

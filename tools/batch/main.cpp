@@ -108,8 +108,8 @@ const char usage[] =
     "Exit status: 0 success, 1 failed build or execution, 2 failed test verdict,\n"
     "3 stopped, 4 usage error, 5 project or installation that cannot be loaded.\n"
     "A change that cannot be saved exits with 1 and leaves the former file whole.\n"
-    "The project file is written only by the commands that change it. Ctrl-C or SIGTERM stops the run; a\n"
-    "second one kills what is left at once.\n";
+    "The project file is written only by the commands that change it. Ctrl-C or\n"
+    "SIGTERM stops the run; a second one kills what is left at once.\n";
 
 struct Arguments {
     QString configuration;
