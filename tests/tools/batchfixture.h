@@ -19,6 +19,12 @@ struct BatchFixture {
     QTemporaryDir work;
 
     QString path(const QString& name) const { return work.filePath(name); }
+    /// The bytes of a file; empty when it cannot be read.
+    static QByteArray contents(const QString& path)
+    {
+        QFile file(path);
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
     /// The file that the variable BATCH_TEST_FILE names for the scripts.
     QString scriptFile() const { return path(QStringLiteral("batch-test-file")); }
 

@@ -4,6 +4,7 @@
 #include "batchhost.h"
 #include "batchsession.h"
 #include "batchsplit.h"
+#include "editcommands.h"
 #include "metricscommand.h"
 
 #include "qaprocess.h"
@@ -31,6 +32,13 @@ const char usage[] =
     "       velmont-batch ports\n"
     "       velmont-batch plugins\n"
     "       velmont-batch split SPLITFILE [DIR]\n"
+    "       velmont-batch new PROJECT.vmp [--port PORT]...\n"
+    "       velmont-batch PROJECT add KIND PARENT [NAME|FILE]...\n"
+    "       velmont-batch PROJECT set NODE KEY VALUE [--config NAME]\n"
+    "       velmont-batch PROJECT unset NODE KEY [--config NAME]\n"
+    "       velmont-batch PROJECT remove NODE\n"
+    "       velmont-batch PROJECT rename NODE NAME\n"
+    "       velmont-batch PROJECT move NODE NEWPARENT [--after SIBLING]\n"
     "\n"
     "Opens the project file PROJECT in batch mode and runs COMMAND on the\n"
     "project, or on the node that NODE names: the names of the nodes from the\n"
@@ -63,6 +71,33 @@ const char usage[] =
     "  tags [FILE]      the tags of the file, or of every file: kind, qualified\n"
     "                   name, line, and whether a test can be made from it\n"
     "\n"
+    "Commands that change the project, each saved at once; \".\" names the\n"
+    "project itself. A refused change exits with 4 and leaves the file as it was:\n"
+    "  new PROJECT.vmp [--port PORT]...\n"
+    "                   an empty project with a configuration per port, the\n"
+    "                   first one current\n"
+    "  add KIND PARENT NAME...\n"
+    "                   new nodes of KIND under PARENT, behind its children:\n"
+    "                   group, application, library, unit-testing,\n"
+    "                   object-testing, java-testing, user, or a plug-in's kind\n"
+    "  add source PARENT FILE...\n"
+    "  add test-script PARENT FILE...\n"
+    "                   the files join the project's files and folders, and a\n"
+    "                   node stands for each; a script under a unit testing\n"
+    "                   node is its unit testing script\n"
+    "  add link PARENT TARGET...\n"
+    "                   links to the library or application nodes TARGET\n"
+    "  set NODE KEY VALUE [--config NAME]\n"
+    "                   the node's own value of a setting in the current or the\n"
+    "                   named configuration; a list takes values separated by\n"
+    "                   commas, a choice its label or value\n"
+    "  unset NODE KEY [--config NAME]\n"
+    "                   drops the node's own value: the inherited one shows\n"
+    "  remove NODE      removes the node and what it holds\n"
+    "  rename NODE NAME\n"
+    "  move NODE NEWPARENT [--after SIBLING]\n"
+    "                   moves the node behind SIBLING, or first\n"
+    "\n"
     "Options:\n"
     "  -c, --config NAME  run in the configuration NAME\n"
     "  --stroud N         testing time is the Halstead effort divided by N\n"
@@ -72,8 +107,9 @@ const char usage[] =
     "Progress goes to standard output, the scripts' output to standard error.\n"
     "Exit status: 0 success, 1 failed build or execution, 2 failed test verdict,\n"
     "3 stopped, 4 usage error, 5 project or installation that cannot be loaded.\n"
-    "The project file is never written. Ctrl-C or SIGTERM stops the run; a\n"
-    "second one kills what is left at once.\n";
+    "A change that cannot be saved exits with 1 and leaves the former file whole.\n"
+    "The project file is written only by the commands that change it. Ctrl-C or\n"
+    "SIGTERM stops the run; a second one kills what is left at once.\n";
 
 struct Arguments {
     QString configuration;
@@ -88,6 +124,10 @@ Arguments parse(const QStringList& arguments)
     Arguments parsed;
     for (qsizetype i = 1; i < arguments.size(); ++i) {
         const QString& argument = arguments.at(i);
+        if (EditCommands::keepsArgument(parsed.positional, argument)) {
+            parsed.positional << argument;
+            continue;
+        }
         if (argument == QLatin1String("-h") || argument == QLatin1String("--help")) {
             parsed.help = true;
         } else if (argument == QLatin1String("-c") || argument == QLatin1String("--config")) {
@@ -254,6 +294,8 @@ int loadAndRun(Library& library, BatchSession& session, QTextStream& out, const 
             return usageError(QStringLiteral("too many arguments for ports"));
         return BatchSession::ports(out);
     }
+    if (EditCommands::handles(positional))
+        return EditCommands::run(session, out, positional, arguments.configuration);
     // A load that a stop request interrupted may have failed because of it.
     const int opened = session.open(positional.at(0), arguments.configuration);
     if (stopRequests)
