@@ -1,102 +1,16 @@
-#include "qastconfiguration.h"
-#include "qastnodeapplication.h"
-#include "qastnodelibrary.h"
-#include "qastnodelink.h"
-#include "qastnodesource.h"
+#include "programfixture.h"
 #include "qastnodeuser.h"
-#include "qastproject.h"
-#include "recordinghost.h"
 
-#include <QDirIterator>
-#include <QSignalSpy>
-#include <QTemporaryDir>
-#include <QTest>
-
-#include <memory>
-
-// Applications, libraries, the links between them and external commands,
-// built with the staged tool chain and the native port's gcc.
-class tst_ProgramNodes : public QObject
+// Applications, libraries, the links between them and external commands:
+// their files, their project elements and their steps.
+class tst_ProgramNodes : public QObject, ProgramFixture
 {
     Q_OBJECT
 
-    RecordingHost host;
-    QStringList perl;
-    std::unique_ptr<QTemporaryDir> dir;
-    std::unique_ptr<QAStProject> project;
-
-    QString path(const QString& name) const { return dir->filePath(name); }
-    QAStConfiguration* settings() const { return project->configuration(QStringLiteral("Debug")); }
-
-    void write(const QString& name, const QByteArray& text)
-    {
-        QDir().mkpath(QFileInfo(path(name)).path());
-        QFile file(path(name));
-        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-        file.write(text);
-    }
-    QDateTime madeAt(const QString& name) const { return QFileInfo(path(name)).lastModified(); }
-    // Builds \a node and waits for its end: its status.
-    int build(QAStNode* node)
-    {
-        host.messages.clear();
-        QSignalSpy finished(node, &QAStNode::buildExecuteFinished);
-        node->build();
-        if (finished.isEmpty() && !finished.wait(20000))
-            return -1;
-        return node->executionStatus();
-    }
-    // A library of two sources and a program that links it.
-    QAStNodeApplication* makeProgram(const QByteArray& main)
-    {
-        write(QStringLiteral("lib/add.c"), "int add(int a, int b) { return a + b; }\n");
-        write(QStringLiteral("lib/mul.c"), "int mul(int a, int b) { return a * b; }\n");
-        write(QStringLiteral("src/main.c"), main);
-        auto* library = new QAStNodeLibrary(QStringLiteral("mathlib"), project.get());
-        auto* add = new QAStNodeSource(QStringLiteral("lib/add.c"), library);
-        new QAStNodeSource(QStringLiteral("lib/mul.c"), library, add);
-        // The library builds first, then the program that links it.
-        auto* app = new QAStNodeApplication(QStringLiteral("calc"), project.get(), library);
-        auto* entry = new QAStNodeSource(QStringLiteral("src/main.c"), app);
-        new QAStNodeLink(library, app, entry);
-        project->connectConfigurations();
-        return app;
-    }
-    // Processes whose command line names \a program.
-    static int running(const QString& program)
-    {
-        int count = 0;
-        for (QDirIterator it(QStringLiteral("/proc"), QDir::Dirs | QDir::NoDotAndDotDot); it.hasNext();) {
-            QFile cmdline(it.next() + QStringLiteral("/cmdline"));
-            if (cmdline.open(QIODevice::ReadOnly) && cmdline.readAll().startsWith(program.toLocal8Bit()))
-                ++count;
-        }
-        return count;
-    }
-
 private slots:
-    void initTestCase()
-    {
-        QVERIFY(host.initializeLibrary());
-        perl = host.perl;
-    }
-    void init()
-    {
-        host.perl = perl;
-        dir = std::make_unique<QTemporaryDir>();
-        project = std::make_unique<QAStProject>(QPixmap());
-        project->create(path(QStringLiteral("p.vmp")));
-        project->addConfiguration(QStringLiteral("Debug"));
-        settings()->init(*QAStNode::getTDP(QStringLiteral("gnu_c_native")));
-        project->setCurrentConfiguration(QStringLiteral("Debug"));
-        settings()->setProperty(QStringLiteral("intdir"), QStringLiteral("obj"));
-        settings()->setProperty(QStringLiteral("executionFlag"), 0x3F);
-    }
-    void cleanup()
-    {
-        project.reset();
-        dir.reset();
-    }
+    void initTestCase() { QVERIFY(ProgramFixture::initTestCase()); }
+    void init() { ProgramFixture::init(); }
+    void cleanup() { ProgramFixture::cleanup(); }
 
     void linkForwardsByItsState_data()
     {
@@ -251,93 +165,6 @@ private slots:
         QFETCH(QString, sources);
         if (!sources.isNull())
             QCOMPARE(lines.filter(QStringLiteral("@SOURCES=")).last(), sources);
-    }
-
-    // Built from nothing, run, and built again: only what a change reaches.
-    void aChangeRebuildsWhatItReaches()
-    {
-        QAStNodeApplication* app = makeProgram("#include <stdio.h>\nint add(int, int);\nint mul(int, int);\n"
-                                               "int main(void) { printf(\"sum=%d product=%d\\n\", add(2, 3), mul(2, 3)); return 0; }\n");
-        QVERIFY2(build(project.get()) == 0, qPrintable(host.consoleText(0)));
-        QVERIFY2(host.consoleText(0).contains(QLatin1String("sum=5 product=6")), qPrintable(host.consoleText(0)));
-        const QStringList made {"obj/add.o", "obj/mul.o", "obj/main.o", "obj/mathlib.a", "obj/calc"};
-        QList<QDateTime> first;
-        for (const QString& file : made) {
-            QVERIFY2(QFileInfo::exists(path(file)), qPrintable(file));
-            first << madeAt(file);
-        }
-
-        QCOMPARE(build(project.get()), 0);
-        for (qsizetype i = 0; i < made.size(); ++i)
-            QCOMPARE(madeAt(made.at(i)), first.at(i));
-        QVERIFY(host.consoleText(0).contains(QLatin1String("is up-to-date")));
-
-        QFile source(path(QStringLiteral("lib/mul.c")));
-        QVERIFY(source.open(QIODevice::ReadWrite));
-        QVERIFY(source.setFileTime(QDateTime::currentDateTime(), QFileDevice::FileModificationTime));
-        source.close();
-        QCOMPARE(build(project.get()), 0);
-        QCOMPARE(madeAt(QStringLiteral("obj/add.o")), first.at(0));
-        QCOMPARE(madeAt(QStringLiteral("obj/main.o")), first.at(2));
-        for (const QString& file : {QStringLiteral("obj/mul.o"), QStringLiteral("obj/mathlib.a"), QStringLiteral("obj/calc")})
-            QVERIFY2(madeAt(file) > first.at(made.indexOf(file)), qPrintable(file));
-        QVERIFY(host.consoleText(0).contains(QLatin1String("sum=5 product=6")));
-        QVERIFY(!app->mustRebuilt());
-    }
-
-    void aSharedLibraryIsFoundWhenTheProgramRuns()
-    {
-        makeProgram("#include <stdio.h>\nint mul(int, int);\nint main(void) { printf(\"%d\\n\", mul(6, 7)); return 0; }\n");
-        auto* library = qobject_cast<QAStNodeLibrary*>(project->findNode(QStringLiteral("mathlib")));
-        QAStConfiguration* own = library->currentConfiguration();
-        own->setProperty(QStringLiteral("generationFormat"), QStringLiteral("DLL"));
-        own->setProperty(QStringLiteral("cflags"), QStringLiteral("-g -fPIC"));
-        QVERIFY2(build(project.get()) == 0, qPrintable(host.consoleText(0)));
-        QVERIFY(QFileInfo::exists(path(QStringLiteral("obj/mathlib.so"))));
-        QVERIFY2(host.consoleText(0).contains(QLatin1String("42\n")), qPrintable(host.consoleText(0)));
-    }
-
-    void failuresEndTheNode_data()
-    {
-        QTest::addColumn<QByteArray>("main");
-        QTest::addColumn<bool>("stop");
-        QTest::addColumn<int>("status");
-        QTest::addColumn<QString>("message");
-        QTest::newRow("a link error names what is missing")
-            << QByteArray("int missing(void);\nint main(void) { return missing(); }\n") << false
-            << int(QAStData::ExecutionFailed) << "undefined reference to `missing'";
-        QTest::newRow("a program that crashes names its signal")
-            << QByteArray("#include <signal.h>\nint main(void) { raise(SIGSEGV); return 0; }\n") << false
-            << int(QAStData::ExecutionFailed) << "the program was killed by SIGSEGV";
-        QTest::newRow("a program with a failing status fails the node")
-            << QByteArray("int main(void) { return 3; }\n") << false << int(QAStData::ExecutionFailed)
-            << "calc: the program ended with status 3";
-        QTest::newRow("a program that never ends is stopped")
-            << QByteArray("#include <stdio.h>\n#include <unistd.h>\n"
-                          "int main(void) { puts(\"ready\"); fflush(stdout); for (;;) pause(); }\n")
-            << true << int(QAStData::ExecutionStopped) << "";
-    }
-    void failuresEndTheNode()
-    {
-        QFETCH(QByteArray, main);
-        write(QStringLiteral("src/main.c"), main);
-        auto* app = new QAStNodeApplication(QStringLiteral("calc"), project.get());
-        new QAStNodeSource(QStringLiteral("src/main.c"), app);
-        project->connectConfigurations();
-        host.messages.clear();
-        QSignalSpy finished(app, &QAStNode::buildExecuteFinished);
-        app->build();
-        QFETCH(bool, stop);
-        if (stop) {
-            QTRY_VERIFY_WITH_TIMEOUT(host.consoleText(0).contains(QLatin1String("ready")), 15000);
-            QVERIFY(finished.isEmpty());
-            app->stop();
-        }
-        QVERIFY(!finished.isEmpty() || finished.wait(15000));
-        QTEST(app->executionStatus(), "status");
-        QFETCH(QString, message);
-        QVERIFY2(host.consoleText(0, true).contains(message), qPrintable(host.consoleText(0, true)));
-        QTRY_COMPARE_WITH_TIMEOUT(running(path(QStringLiteral("obj/calc"))), 0, 5000);
     }
 
     void externalCommandRunsItsLine_data()

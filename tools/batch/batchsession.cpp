@@ -1,6 +1,7 @@
 #include "batchsession.h"
 
 #include "batchhost.h"
+#include "batchoutputs.h"
 #include "batchtags.h"
 #include "executionstatusname.h"
 #include "qaprocess.h"
@@ -363,6 +364,7 @@ int BatchSession::run(const QString& command, QAStNode* node)
     _out << command << ' ' << pathOf(node) << ": " << executionStatusName(status)
          << QStringLiteral(" (%1 s)").arg(whole.elapsed() / 1000.0, 0, 'f', 2) << '\n';
     _out.flush();
+    BatchOutputs::report(*this, node, _out);
     _running = nullptr;
     if (_stopping || status == QAStData::ExecutionStopped)
         return ExitStopped;
