@@ -38,36 +38,25 @@ class tst_BatchApps : public QObject
     }
 
 private slots:
-    void aProjectBuildsFromNothingAndRuns()
+    // Built from nothing with coverage and tracing, and run: the library and
+    // the program are made, the program's output shows, its records reach
+    // the split file, and the splitter hands them to the coverage and trace
+    // files while the program runs. The host says where each of them is.
+    void anInstrumentedProjectBuildsAndRuns()
     {
-        const QString project = copyProject(QStringLiteral("plain"));
+        const QString project = copyProject(QStringLiteral("apps"));
         QVERIFY(!project.isEmpty());
-        const BatchFixture::Run run = fixture.run({project, QStringLiteral("build")}, RecordingHost::stageDir());
+        const BatchFixture::Run run = fixture.run({QStringLiteral("--config"), QStringLiteral("Instrumented"), project,
+                                                   QStringLiteral("build")},
+                                                  RecordingHost::stageDir());
         QVERIFY2(run.status == 0, qPrintable(run.out + run.err));
         for (const char* line : {"end mathlib: success", "end calc: success", "build apps: success"})
             QVERIFY2(run.out.contains(QLatin1String(line)), qPrintable(run.out));
         QVERIFY2(run.err.contains(QLatin1String("\nsum=5 product=6\n")), qPrintable(run.err));
-        const QString program = fixture.path(QStringLiteral("plain/obj/calc"));
-        QVERIFY(run.err.contains(QLatin1String("EXE ") + program));
-        QVERIFY(run.err.contains(QLatin1String("LIB ") + fixture.path(QStringLiteral("plain/obj/mathlib.a"))));
-        // Nothing instrumented: no stream to follow.
-        QVERIFY(output(run.out, QStringLiteral("SPT")).isEmpty());
-    }
-
-    // Executed with coverage and tracing: the program's records reach the
-    // split file, and the splitter hands them to the coverage and trace files
-    // while the program runs. The host says where each of them is.
-    void anInstrumentedRunFillsTheAnalysesOutputs()
-    {
-        const QString project = copyProject(QStringLiteral("instrumented"));
-        QVERIFY(!project.isEmpty());
-        const BatchFixture::Run run = fixture.run({QStringLiteral("--config"), QStringLiteral("Instrumented"), project,
-                                                   QStringLiteral("execute")},
-                                                  RecordingHost::stageDir());
-        QVERIFY2(run.status == 0, qPrintable(run.out + run.err));
-        QVERIFY2(run.err.contains(QLatin1String("\nsum=5 product=6\n")), qPrintable(run.err));
+        QVERIFY(run.err.contains(QLatin1String("EXE ") + fixture.path(QStringLiteral("apps/obj/calc"))));
+        QVERIFY(run.err.contains(QLatin1String("LIB ") + fixture.path(QStringLiteral("apps/obj/mathlib.a"))));
         const QString stream = output(run.out, QStringLiteral("SPT"));
-        QCOMPARE(stream, fixture.path(QStringLiteral("instrumented/obj/calc.spt")));
+        QCOMPARE(stream, fixture.path(QStringLiteral("apps/obj/calc.spt")));
         const QByteArray records = contents(stream);
         // The library's functions are instrumented as the program's are.
         for (const char* record : {"FT main\n", "BA ", " 1 mul\n", " 1 add\n", "CO \"", "tEND "})

@@ -63,12 +63,8 @@ QMenu* QAStNodeLibrary::addChildPopupMenu(QWidget* parent)
 
 void QAStNodeLibrary::localActionMenuItems(QMenu* menu)
 {
-    if (!menu)
-        return;
-    const bool running = isRunning();
-    addNodeAction(this, menu, tr("&Build"), SLOT(build()), "make_xpm")->setEnabled(!running);
-    addNodeAction(this, menu, tr("&Rebuild"), SLOT(rebuild()), "rebuild_xpm")->setEnabled(!running);
-    addNodeAction(this, menu, tr("&Clean"), SLOT(clean()), "clean_xpm")->setEnabled(!running);
+    if (menu)
+        addBuildActions(this, menu);
 }
 
 void QAStNodeLibrary::buildFirstChild()

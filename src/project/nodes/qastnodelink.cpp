@@ -219,10 +219,7 @@ QMenu* QAStNodeLink::popupMenu(QWidget* parent)
     QMenu* next = addNextPopupMenu(menu);
     next->setTitle(tr("A&ppend"));
     menu->addMenu(next);
-    addNodeAction(this, menu, tr("Move &Up"), SLOT(moveUp()))->setEnabled(QAStData::parent() && previous());
-    addNodeAction(this, menu, tr("Move &Down"), SLOT(moveDown()))->setEnabled(QAStData::parent() && QAStData::next());
-    addNodeAction(this, menu, tr("Delete"), SLOT(del()), "delete_xpm");
-    addNodeAction(this, menu, tr("Proper&ties"), SLOT(properties()));
+    addPlaceActions(this, menu);
     return menu;
 }
 

@@ -186,10 +186,7 @@ bool QAStNodeUser::acceptDrop(QAStData* data) const
 QMenu* QAStNodeUser::popupMenu(QWidget* parent)
 {
     auto* menu = new QMenu(parent);
-    const bool running = isRunning();
-    addNodeAction(this, menu, tr("&Build"), SLOT(build()), "make_xpm")->setEnabled(!running);
-    addNodeAction(this, menu, tr("&Rebuild"), SLOT(rebuild()), "rebuild_xpm")->setEnabled(!running);
-    addNodeAction(this, menu, tr("&Clean"), SLOT(clean()), "clean_xpm")->setEnabled(!running);
+    addBuildActions(this, menu);
     addNodeAction(this, menu, tr("&Settings..."), SLOT(settings()));
     QMenu* children = addChildPopupMenu(menu);
     children->setTitle(tr("&Add Child"));
@@ -197,10 +194,7 @@ QMenu* QAStNodeUser::popupMenu(QWidget* parent)
     QMenu* next = addNextPopupMenu(menu);
     next->setTitle(tr("A&ppend"));
     menu->addMenu(next);
-    addNodeAction(this, menu, tr("Move &Up"), SLOT(moveUp()))->setEnabled(QAStData::parent() && previous());
-    addNodeAction(this, menu, tr("Move &Down"), SLOT(moveDown()))->setEnabled(QAStData::parent() && QAStData::next());
-    addNodeAction(this, menu, tr("Delete"), SLOT(del()), "delete_xpm");
-    addNodeAction(this, menu, tr("Proper&ties"), SLOT(properties()));
+    addPlaceActions(this, menu);
     return menu;
 }
 
