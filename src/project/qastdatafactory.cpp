@@ -9,8 +9,12 @@
 #include "qastastructtag.h"
 #include "qastfile.h"
 #include "qastfolder.h"
+#include "qastnodeapplication.h"
 #include "qastnodegroup.h"
+#include "qastnodelibrary.h"
+#include "qastnodelink.h"
 #include "qastnodesource.h"
+#include "qastnodeuser.h"
 #include "qastnodeplugincenter.h"
 #include "qastsubproject.h"
 #include "qatrace.h"
@@ -31,8 +35,12 @@ enum ClassCode {
     CodeStruct = 6,
     CodePackage = 7,
     CodeSource = 8,
+    CodeApplication = 10,
+    CodeLibrary = 11,
     CodeGroup = 12,
-    CodeSubProject = 13
+    CodeSubProject = 13,
+    CodeUser = 21,
+    CodeLink = 23
 };
 
 QHash<QString, QAStDataFactory::Maker>& makers()
@@ -49,6 +57,24 @@ QHash<QString, QAStDataFactory::Maker>& makers()
                      if (auto* file = qobject_cast<QAStFile*>(subject))
                          return new QAStNodeSource(file, parent, after);
                      return new QAStNodeSource(name, parent, after);
+                 });
+        m.insert(QStringLiteral("QAStNodeApplication"),
+                 [](const QString& name, QAStData* parent, QAStData* after, QAStData*) -> QAStData* {
+                     return new QAStNodeApplication(name, parent, after);
+                 });
+        m.insert(QStringLiteral("QAStNodeLibrary"),
+                 [](const QString& name, QAStData* parent, QAStData* after, QAStData*) -> QAStData* {
+                     return new QAStNodeLibrary(name, parent, after);
+                 });
+        m.insert(QStringLiteral("QAStNodeUser"),
+                 [](const QString& name, QAStData* parent, QAStData* after, QAStData*) -> QAStData* {
+                     return new QAStNodeUser(name, parent, after);
+                 });
+        // A link is made over the node it names; without one there is none.
+        m.insert(QStringLiteral("QAStNodeLink"),
+                 [](const QString&, QAStData* parent, QAStData* after, QAStData* subject) -> QAStData* {
+                     QAStNode* target = QAStNode::toNode(subject);
+                     return target ? new QAStNodeLink(target, parent, after) : nullptr;
                  });
         return m;
     }();
@@ -95,8 +121,12 @@ const QHash<QString, int>& QAStDataFactory::elementMap()
         m.insert(QStringLiteral("method"), CodeMethod);
         m.insert(QStringLiteral("struct"), CodeStruct);
         m.insert(QStringLiteral("package"), CodePackage);
+        m.insert(QStringLiteral("application"), CodeApplication);
+        m.insert(QStringLiteral("library"), CodeLibrary);
         m.insert(QStringLiteral("group"), CodeGroup);
         m.insert(QStringLiteral("sub_project"), CodeSubProject);
+        m.insert(QStringLiteral("user"), CodeUser);
+        m.insert(QStringLiteral("link"), CodeLink);
         return m;
     }();
     return map;
@@ -140,6 +170,10 @@ QAStData* QAStDataFactory::create(const QString& className, QARes* resources, QA
         return new QAStNodeGroup(resources, parent, after);
     if (className == QLatin1String("QAStNodeSource"))
         return new QAStNodeSource(resources, parent, after);
+    if (className == QLatin1String("QAStNodeApplication"))
+        return new QAStNodeApplication(resources, parent, after);
+    if (className == QLatin1String("QAStNodeUser"))
+        return new QAStNodeUser(resources, parent, after);
     if (className == QLatin1String("QAStFolder"))
         return new QAStFolder(resources, parent, after);
     if (className == QLatin1String("QAStFile"))
@@ -174,6 +208,14 @@ QAStData* QAStDataFactory::create(const QDomElement& element, int version, QAStD
         return new QAStNodeGroup(element, version, parent, after);
     case CodeSubProject:
         return new QAStSubProject(element, version, parent, after);
+    case CodeApplication:
+        return new QAStNodeApplication(element, version, parent, after);
+    case CodeLibrary:
+        return new QAStNodeLibrary(element, version, parent, after);
+    case CodeUser:
+        return new QAStNodeUser(element, version, parent, after);
+    case CodeLink:
+        return new QAStNodeLink(element, version, parent, after);
     default:
         break;
     }

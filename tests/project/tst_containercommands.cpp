@@ -3,6 +3,7 @@
 #include "qastdatamovedrag.h"
 #include "qastdataundoactionmanager.h"
 #include "qastnodegroup.h"
+#include "qastnodelibrary.h"
 #include "qastnodefileref.h"
 #include "qastnodetest.h"
 #include "qastproject.h"
@@ -15,14 +16,6 @@
 #include <QGuiApplication>
 #include <QMenu>
 #include <QTest>
-
-// Stand-ins for node kinds that the commands reach only by class name.
-class QAStNodeLibrary : public QAStNodeContainer
-{
-    Q_OBJECT
-public:
-    QAStNodeLibrary(const QString& name, QAStData* parent) : QAStNodeContainer(name, QPixmap(), parent) {}
-};
 
 // A virtual tester lives only under a system test script.
 class QAStNodeVirtualTester : public QAStNodeTest

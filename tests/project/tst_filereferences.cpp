@@ -4,6 +4,7 @@
 #include "qastdatafactory.h"
 #include "qastfile.h"
 #include "qastnodegroup.h"
+#include "qastnodeuser.h"
 #include "qastnodesource.h"
 #include "qastnodetest.h"
 #include "qastproject.h"
@@ -20,12 +21,6 @@
 #include <memory>
 
 // Stand-ins for the kinds that the file references meet only by class name.
-class QAStNodeUser : public WithoutMenus<QAStNode>
-{
-    Q_OBJECT
-public:
-    QAStNodeUser(const QString& name) : WithoutMenus(name, QPixmap()) {}
-};
 class QAStNodeVirtualTester : public QAStNodeFileRef
 {
     Q_OBJECT

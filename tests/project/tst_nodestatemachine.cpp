@@ -2,6 +2,7 @@
 #include "qaprocess.h"
 #include "qastconfiguration.h"
 #include "qastnodegroup.h"
+#include "qastnodeuser.h"
 #include "qastproject.h"
 #include "recordinghost.h"
 #include "testdata.h"
@@ -99,9 +100,6 @@ public:
 };
 
 } // namespace
-
-// An external command: a settings change passes it by.
-class QAStNodeUser : public TestNode { Q_OBJECT using TestNode::TestNode; };
 
 class tst_NodeStateMachine : public QObject
 {

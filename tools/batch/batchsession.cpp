@@ -1,8 +1,7 @@
 #include "batchsession.h"
 
-#include "qastnodetest.h"
-
 #include "batchhost.h"
+#include "batchoutputs.h"
 #include "batchtags.h"
 #include "executionstatusname.h"
 #include "qaprocess.h"
@@ -331,30 +330,16 @@ void BatchSession::nodeFinished()
     _failedNodes += node->executionStatus() == QAStData::ExecutionFailed;
     _failedTests += node->executionStatus() == QAStData::ExecutionTestFailed;
     if (auto* test = qobject_cast<QAStNodeTest*>(const_cast<QAStNode*>(node)))
-        reportFollowedOutputs(test);
+        finishFollowing(test);
     _out.flush();
 }
 
 // The run is over: what the program still wrote is split before the files
 // are named, so that they are whole when the caller reads them.
-void BatchSession::reportFollowedOutputs(QAStNodeTest* test)
+void BatchSession::finishFollowing(QAStNodeTest* test)
 {
-    if (!test->splitSurvey())
-        return;
-    test->stopOnTheFlySurvey();
-    auto existing = [](const QStringList& files) {
-        QStringList found;
-        for (const QString& file : files)
-            if (QFileInfo::exists(file))
-                found << QDir::toNativeSeparators(file);
-        return found;
-    };
-    const QStringList coverage = existing(test->coverageFiles());
-    const QStringList trace = existing(test->traceFiles());
-    if (!coverage.isEmpty())
-        _out << "coverage " << pathOf(test) << ": " << coverage.join(QLatin1Char(' ')) << '\n';
-    if (!trace.isEmpty())
-        _out << "trace " << pathOf(test) << ": " << trace.join(QLatin1Char(' ')) << '\n';
+    if (test->splitSurvey())
+        test->stopOnTheFlySurvey();
 }
 
 int BatchSession::run(const QString& command, QAStNode* node)
@@ -398,6 +383,7 @@ int BatchSession::run(const QString& command, QAStNode* node)
         _out << ", " << _failedTests << (_failedTests == 1 ? " test node failed" : " test nodes failed");
     _out << '\n';
     _out.flush();
+    BatchOutputs::report(*this, node, _out);
     _running = nullptr;
     if (_stopping || status == QAStData::ExecutionStopped)
         return ExitStopped;

@@ -69,7 +69,7 @@ private:
     void watch(QAStNode* top);
     void nodeStarted();
     void nodeFinished();
-    void reportFollowedOutputs(QAStNodeTest* test);
+    void finishFollowing(QAStNodeTest* test);
     QString originOf(const QAStNode* node, const QString& key) const;
 
     BatchHost& _host;

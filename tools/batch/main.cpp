@@ -105,6 +105,8 @@ const char usage[] =
     "  -h, --help         show this text\n"
     "\n"
     "Progress goes to standard output, the scripts' output to standard error.\n"
+    "After a run, \"output NODE TYPE FILE\" lines name the split (SPT),\n"
+    "coverage (TIO) and trace (TDF) files that the run left.\n"
     "Exit status: 0 success, 1 failed build or execution, 2 failed test verdict,\n"
     "3 stopped, 4 usage error, 5 project or installation that cannot be loaded.\n"
     "A change that cannot be saved exits with 1 and leaves the former file whole.\n"

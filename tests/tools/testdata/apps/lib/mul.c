@@ -1,0 +1,4 @@
+int mul(int a, int b)
+{
+    return a * b;
+}
