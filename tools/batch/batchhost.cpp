@@ -1,4 +1,5 @@
 #include "batchhost.h"
+#include "batchprogress.h"
 
 #include "qainstall.h"
 #include "qamessagebox.h"
@@ -20,6 +21,7 @@ void BatchConsole::write(const QString& text)
         _kept += message;
         return;
     }
+    BatchProgress::hideLine();
     _standardError.error(message);
 }
 
