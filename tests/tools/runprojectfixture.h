@@ -6,6 +6,7 @@
 #include <QDateTime>
 #include <QDomDocument>
 #include <QFile>
+#include <QRegularExpression>
 
 /// A project of three test nodes of the kind "run_test" under the group
 /// "Unit tests" (Queue, Stack and List, one source each) and an excluded
@@ -13,8 +14,8 @@
 /// holds the plug-in of that kind and the tests' script. The script links a
 /// program into obj/ when a build runs it, and when an execution does it
 /// copies results/NAME.xrd into obj/ as the node's result file; it fails
-/// when results/NAME.fail exists, and waits for the host to die when
-/// results/NAME.hang does.
+/// when results/NAME.fail exists, or results/NAME.fail-CONFIGURATION, and
+/// waits for the host to die when results/NAME.hang does.
 struct RunProjectFixture {
     BatchFixture batch;
     QString installation;
@@ -127,7 +128,7 @@ struct RunProjectFixture {
 use warnings;
 use File::Copy qw(copy);
 my ($environment, $name) = @ARGV;
-our ($STAGE, $INTDIR, $LOGFILENAME);
+our ($STAGE, $INTDIR, $LOGFILENAME, $CONFIGURATION);
 do $environment or die "cannot read $environment\n";
 mkdir $INTDIR;
 if ($STAGE !~ /e/) {
@@ -145,7 +146,40 @@ if (-e "results/$name.xrd") {
     open(my $log, '>>', $LOGFILENAME) or die;
     print $log "XRD $INTDIR/$name.xrd\n";
 }
-exit(-e "results/$name.fail" ? 1 : 0);
+exit(-e "results/$name.fail" || -e "results/$name.fail-$CONFIGURATION" ? 1 : 0);
 )";
+    }
+
+    /// The lines "path: runs (reason)" of an explanation, or those of the
+    /// nodes that do not run: each node's reason by its path.
+    static QMap<QString, QString> explanation(const QString& out, bool runs)
+    {
+        QMap<QString, QString> nodes;
+        static const QRegularExpression line(QStringLiteral("^ *(.+): (runs|skipped) \\((.*)\\)$"),
+                                             QRegularExpression::MultilineOption);
+        for (auto it = line.globalMatch(out); it.hasNext();) {
+            const QRegularExpressionMatch match = it.next();
+            if ((match.captured(2) == QLatin1String("runs")) == runs)
+                nodes.insert(match.captured(1), match.captured(3));
+        }
+        return nodes;
+    }
+    static QDomDocument parse(const QString& path)
+    {
+        QFile file(path);
+        QDomDocument document;
+        if (file.open(QIODevice::ReadOnly))
+            document.setContent(&file);
+        return document;
+    }
+    /// The test suite \a name of a JUnit document; null when it has none.
+    static QDomElement suite(const QDomDocument& document, const QString& name)
+    {
+        for (QDomElement each = document.documentElement().firstChildElement(QStringLiteral("testsuite"));
+             !each.isNull(); each = each.nextSiblingElement(QStringLiteral("testsuite"))) {
+            if (each.attribute(QStringLiteral("name")) == name)
+                return each;
+        }
+        return {};
     }
 };

@@ -1,5 +1,4 @@
 #include "batchhost.h"
-#include "batchprogress.h"
 
 #include "qainstall.h"
 #include "qamessagebox.h"
@@ -21,7 +20,6 @@ void BatchConsole::write(const QString& text)
         _kept += message;
         return;
     }
-    BatchProgress::hideLine();
     _standardError.error(message);
 }
 

@@ -164,7 +164,6 @@ void BatchRun::ended(QAStNode* node)
     // an ancestor's status as a run begins.
     if (!_started.contains(node))
         return;
-    _progress->nodeEnded();
     _records.append(recordOf(node));
     _started.remove(node);
     if (_json.isOpen()) {
