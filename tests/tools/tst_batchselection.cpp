@@ -29,21 +29,6 @@ private slots:
         QCOMPARE(kept, (QStringList {"Unit tests.List", "Unit tests.Queue", "Unit tests.Stack"}));
     }
 
-    void badShardsAreRefused_data()
-    {
-        QTest::addColumn<QString>("shard");
-        QTest::newRow("a share beyond the count") << "4/3";
-    }
-    void badShardsAreRefused()
-    {
-        QFETCH(QString, shard);
-        RunProjectFixture fixture;
-        QVERIFY(fixture.setUp(false));
-        const BatchFixture::Run run = fixture.run({"--shard", shard, "build"});
-        QCOMPARE(run.status, 4);
-        QVERIFY2(run.err.contains(QStringLiteral("--shard needs K/N")), qPrintable(run.err));
-    }
-
     // The configurations run one after the other, each with its own
     // verdicts: the test fails in the second alone.
     void severalConfigurationsEndWithOneTable()

@@ -45,6 +45,8 @@ public:
     ~BatchRun() override;
 
     int run(const QString& command, QAStNode* node);
+    /// The nodes whose run has ended, in the order they ended.
+    const QList<BatchNodeRecord>& records() const { return _records; }
     /// "explain [NODE]", on the shard of the options when they name one.
     int explain(QAStNode* node);
 
