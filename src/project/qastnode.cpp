@@ -485,14 +485,18 @@ void QAStNode::moveDown()
 
 bool QAStNode::mustRebuilt()
 {
-    if (forceRebuild)
+    _rebuildReason.clear();
+    if (forceRebuild) {
+        _rebuildReason = QStringLiteral("forced");
         return true;
+    }
     for (QAStData* child = firstChild(); child; child = child->next()) {
         QAStNode* node = toNode(child);
         if (!node || node->inherits("QAStNodeUser") || isSkipped(node))
             continue;
         if (node->mustRebuilt()) {
             warning("QAStData::mustRebuilt %s", qPrintable(node->name()));
+            _rebuildReason = node->name() + QLatin1String(": ") + node->rebuildReason();
             return true;
         }
     }
@@ -700,8 +704,7 @@ void QAStNode::buildAfterChildren()
         abortBuildExecute();
         return;
     }
-    // The script after the children builds; it must not ask for execution.
-    generateEnvWithout(stream, ExecutionSteps);
+    generateBuildEnv(stream);
     connect(this, &QAStData::perlScriptTerminated, this, &QAStNode::buildScriptTerminated,
             Qt::UniqueConnection);
     executePerlScript(perlscriptAfterChild, directory(), &stream, true, BuildConsole, nullptr);

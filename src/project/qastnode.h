@@ -60,6 +60,9 @@ public:
     virtual QString tpfFile();
     virtual unsigned int settingsMask() const;
     virtual void readLogFile();
+    /// Whether a build runs the node. The answer leaves its reason in
+    /// rebuildReason(), so that a report of what a build would do says it in
+    /// the same words as the rule that decides.
     virtual bool mustRebuilt();
     /// A copy of the configuration \a from under the name \a to, on this
     /// node and every node below; null when \a from does not exist.
@@ -101,6 +104,14 @@ public:
     static QAStNode* toNode(QAStData* data);
     void setForceRebuild(bool force) { forceRebuild = force; }
     bool isForceRebuild() const { return forceRebuild; }
+    /// Why the last mustRebuilt() answered as it did: "forced", "no output",
+    /// "good.o older than header.h", "program missing", "no step selected",
+    /// or a child's reason after its name. Empty when the answer was false
+    /// for want of anything to do, or when a class gave no reason of its own.
+    QString rebuildReason() const { return _rebuildReason; }
+    /// What the script of a build step of the node reads: the environment
+    /// file without the execution steps, which a build must not ask for.
+    void generateBuildEnv(QTextStream& stream) { generateEnvWithout(stream, ExecutionSteps); }
     bool isDebug() const { return debugRun; }
     QAStNode::State effectiveState() const { return static_cast<State>(state.get()); }
     QAStAttribute<int>& stateAttribute() { return state; }
@@ -206,6 +217,7 @@ protected:
     /// generateEnv() with the bits \a steps taken out of executionFlag() of
     /// the current configuration for the time of the call.
     void generateEnvWithout(QTextStream& stream, int steps);
+    void setRebuildReason(const QString& reason) { _rebuildReason = reason; }
 
     /// Takes the bits \a steps out of executionFlag() of the node's current
     /// configuration while it lives. The configuration is then left as it was
@@ -241,6 +253,7 @@ protected:
     QMap<QString, QAStConfiguration*> _configurations;
 
 private:
+    QString _rebuildReason;
     void listenForChildEnd(QAStNode* child, void (QAStNode::*slot)());
     void startChildWalk(const QList<QAStNode*>& nodes);
     void goOnWithChildren(bool execution);

@@ -32,7 +32,9 @@ const char* stateName(QAStNode::State state)
     return "unknown";
 }
 
-QString kindOf(const QAStNode* node)
+} // namespace
+
+QString BatchSession::kindOf(const QAStNode* node)
 {
     if (node->inherits("QAStSubProject"))
         return QStringLiteral("sub-project");
@@ -47,6 +49,8 @@ QString kindOf(const QAStNode* node)
     }
     return kind.toLower();
 }
+
+namespace {
 
 QString quoted(QString text)
 {

@@ -45,6 +45,8 @@ public:
     QAStNode* resolve(const QString& path) const;
     /// The dotted path of \a node below the project.
     QString pathOf(const QAStData* node) const;
+    /// The node's kind in a word: "group", "source", "project"...
+    static QString kindOf(const QAStNode* node);
 
     int tree();
     int configs();

@@ -2,6 +2,7 @@
 // builds, executes, cleans or inspects it.
 
 #include "batchhost.h"
+#include "batchrun.h"
 #include "batchsession.h"
 #include "batchsplit.h"
 #include "editcommands.h"
@@ -28,6 +29,8 @@ namespace {
 
 const char usage[] =
     "usage: velmont-batch [--config NAME] PROJECT COMMAND [NODE]\n"
+    "       velmont-batch [--config A,B,...] [--junit FILE] [--json FILE] [--shard K/N]\n"
+    "                     [--dry-run[=DIR]] PROJECT build|rebuild|execute [NODE]\n"
     "       velmont-batch [--config NAME] [--stroud N] PROJECT metrics FILE...\n"
     "       velmont-batch ports\n"
     "       velmont-batch plugins\n"
@@ -49,6 +52,8 @@ const char usage[] =
     "  rebuild [NODE]   build everything again\n"
     "  execute [NODE]   execute, building first what is out of date\n"
     "  clean [NODE]     delete the files that the steps produced\n"
+    "  explain [NODE]   for each node, whether a build would run it and why;\n"
+    "                   runs nothing\n"
     "  tree             the node tree: each node's kind, state and last status\n"
     "  settings NODE    every setting of the node's configuration, its value, and\n"
     "                   where the value comes from\n"
@@ -102,6 +107,14 @@ const char usage[] =
     "  -c, --config NAME  run in the configuration NAME\n"
     "  --stroud N         testing time is the Halstead effort divided by N\n"
     "                     (default 18)\n"
+    "  --config A,B,...   build, rebuild or execute in each configuration in turn,\n"
+    "                     ending with a table of the test nodes' verdicts\n"
+    "  --junit FILE       JUnit XML of the test nodes, rewritten as each ends\n"
+    "  --json FILE        one JSON object per line for each node as it ends\n"
+    "  --shard K/N        run only the K-th of N stable shares of the test nodes\n"
+    "  --dry-run[=DIR]    start no step: write the environment files of the steps\n"
+    "                     and of every source into DIR/environment, and\n"
+    "                     DIR/compile_commands.json (DIR: the project's directory)\n"
     "  -h, --help         show this text\n"
     "\n"
     "Progress goes to standard output, the scripts' output to standard error.\n"
@@ -117,6 +130,7 @@ struct Arguments {
     QString configuration;
     QString stroud;
     QStringList positional;
+    BatchRunOptions run;
     bool help = false;
     QString error;
 };
@@ -146,6 +160,9 @@ Arguments parse(const QStringList& arguments)
             parsed.stroud = arguments.at(i);
         } else if (argument.startsWith(QLatin1String("--config="))) {
             parsed.configuration = argument.mid(9);
+        } else if (parsed.run.take(arguments, i, parsed.error)) {
+            if (!parsed.error.isEmpty())
+                return parsed;
         } else if (argument.startsWith(QLatin1Char('-')) && argument.size() > 1) {
             parsed.error = QStringLiteral("unknown option %1").arg(argument);
             return parsed;
@@ -153,6 +170,7 @@ Arguments parse(const QStringList& arguments)
             parsed.positional << argument;
         }
     }
+    parsed.run.takeConfigurations(parsed.configuration);
     return parsed;
 }
 
@@ -244,11 +262,12 @@ private:
     BatchHost& _host;
 };
 
-int runCommand(BatchSession& session, const QString& command, const QStringList& rest)
+int runCommand(BatchSession& session, const QString& command, const QStringList& rest,
+               const BatchRunOptions& options, QTextStream& out)
 {
     if (command == QLatin1String("tag") || command == QLatin1String("tags"))
         return session.tagCommand(command, rest);
-    static const QStringList onNode {"build", "rebuild", "execute", "clean", "settings", "env"};
+    static const QStringList onNode {"build", "rebuild", "execute", "clean", "settings", "env", "explain"};
     static const QStringList needNode {"settings", "env"};
     static const QStringList onProject {"tree", "configs"};
     if (!onNode.contains(command) && !onProject.contains(command))
@@ -273,7 +292,9 @@ int runCommand(BatchSession& session, const QString& command, const QStringList&
         return session.env(node);
     if (command == QLatin1String("clean"))
         return session.clean(node);
-    return session.run(command, node);
+    if (command == QLatin1String("explain"))
+        return BatchRun(session, out, options).explain(node);
+    return BatchRun(session, out, options).run(command, node);
 }
 
 // Loads the installation and the project, and runs the command on them; a
@@ -315,7 +336,7 @@ int loadAndRun(Library& library, BatchSession& session, QTextStream& out, const 
         QObject::connect(&interrupt, &QSocketNotifier::activated, &metrics, &MetricsCommand::stop);
         return metrics.run(positional.mid(2));
     }
-    return runCommand(session, command, positional.mid(2));
+    return runCommand(session, command, positional.mid(2), arguments.run, out);
 }
 
 } // namespace

@@ -288,18 +288,25 @@ bool QAStNodeFileRef::mustRebuilt()
         return true;
     QStringList products;
     outFileNamesOutOf(QStringLiteral("DUM"), products);
-    if (products.isEmpty())
+    if (products.isEmpty()) {
+        setRebuildReason(QStringLiteral("no output"));
         return true;
+    }
+    const QStringList inputs = rebuildInputs();
     QList<QDateTime> inputTimes;
-    for (const QString& input : rebuildInputs())
+    for (const QString& input : inputs)
         inputTimes << QFileInfo(input).lastModified();
     for (const QString& product : std::as_const(products)) {
         // A product that is gone has no time, and an invalid time is older
         // than any other.
-        const QDateTime made = QFileInfo(determineAbsolutePathFile(product)).lastModified();
-        for (const QDateTime& changed : std::as_const(inputTimes)) {
-            if (made < changed)
+        const QFileInfo made(determineAbsolutePathFile(product));
+        for (qsizetype i = 0; i < inputTimes.size(); ++i) {
+            if (made.lastModified() < inputTimes.at(i)) {
+                setRebuildReason(made.exists() ? QStringLiteral("%1 older than %2")
+                                                     .arg(made.fileName(), QFileInfo(inputs.at(i)).fileName())
+                                               : QStringLiteral("%1 missing").arg(made.fileName()));
                 return true;
+            }
         }
     }
     return false;

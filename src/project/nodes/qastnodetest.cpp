@@ -135,21 +135,30 @@ bool QAStNodeTest::mustRebuilt()
         // A Java test that makes no archive has no program of its own to miss.
         const bool checked = language() != JavaLanguage
             || configuration->property(QStringLiteral("javaBuildJarFile")).toBool();
-        if (checked && !QFileInfo::exists(program))
+        if (checked && !QFileInfo::exists(program)) {
+            setRebuildReason(QStringLiteral("program missing"));
             return true;
+        }
     }
     const QDateTime linked = QFileInfo(program).lastModified();
     QStringList objects;
     outFileNames(QStringLiteral("OBJ"), objects);
-    bool older = false;
+    QString newer;
     for (const QString& object : std::as_const(objects)) {
         if (linked < QFileInfo(object).lastModified()) {
-            older = true;
+            newer = object;
             break;
         }
     }
+    if (newer.isEmpty())
+        return false;
     // An old program is linked again only when a step is selected at all.
-    return older && (executionFlag() & AnyStep);
+    if (!(executionFlag() & AnyStep)) {
+        setRebuildReason(QStringLiteral("no step selected"));
+        return false;
+    }
+    setRebuildReason(QStringLiteral("program older than %1").arg(QFileInfo(newer).fileName()));
+    return true;
 }
 
 // ---------------------------------------------------------------------------

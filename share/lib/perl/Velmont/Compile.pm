@@ -13,7 +13,8 @@ use Text::ParseWords qw(shellwords);
 use Velmont::Log qw(log_file);
 use Velmont::Run qw(run_tool);
 
-our @EXPORT_OK = qw(compile_source compile_flags runtime_source setting setting_list intermediate_dir);
+our @EXPORT_OK = qw(compile_source compile_flags runtime_source print_compile_command setting setting_list
+                    intermediate_dir);
 
 # The environment file's variables, by name.
 no strict 'refs';
@@ -91,14 +92,39 @@ sub compile_runtime {
     return 0;
 }
 
-# Compiles the node's file; the status of the step.
-sub compile_source {
+# The node's file, the object it compiles to and the whole command, from the
+# settings alone: the compile and a report of it must not differ.
+sub compile_command {
     my ($port) = @_;
     my $file = setting('FILENAME');
     die "no source file is given\n" unless length $file;
     die "$file: no such source file\n" unless -f $file;
     my $compiler = $port->{COMPILER};
     die "the Target Deployment Port $port->{DIRECTORY} names no COMPILER\n" unless defined $compiler && length $compiler;
+    my $object = object_name($port, $file, intermediate_dir());
+    return ($file, $object, $compiler, compile_flags(), instrumentation_flags(), '-c', $file, '-o', $object);
+}
+
+# One entry of a compilation database for the node's file, on one line;
+# nothing is compiled and no directory is made.
+sub print_compile_command {
+    my ($port) = @_;
+    require Cwd;
+    require JSON::PP;
+    my ($file, $object, @command) = compile_command($port);
+    print JSON::PP->new->canonical->encode({
+        directory => Cwd::getcwd(),
+        file => File::Spec->rel2abs($file),
+        output => $object,
+        arguments => \@command,
+    }), "\n";
+    return 0;
+}
+
+# Compiles the node's file; the status of the step.
+sub compile_source {
+    my ($port) = @_;
+    my ($file, $object, @command) = compile_command($port);
     if (setting('STAGE') !~ /c/) {
         print "compilation is not selected\n";
         return 0;
@@ -107,11 +133,10 @@ sub compile_source {
     make_path($dir, { error => \my $errors });
     die "cannot make the intermediate directory $dir\n" unless -d $dir;
 
-    my $object = object_name($port, $file, $dir);
     my @instrumentation = instrumentation_flags();
     # An object of an earlier run must not pass for this one's.
     unlink $object;
-    my $status = run_tool($compiler, compile_flags(), @instrumentation, '-c', $file, '-o', $object);
+    my $status = run_tool(@command);
     return $status if $status;
     log_file('OBJ', $object);
     my $coverage = grep { $_ eq '--coverage' } @instrumentation;
