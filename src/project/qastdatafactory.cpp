@@ -11,6 +11,8 @@
 #include "qastfolder.h"
 #include "qastnodegroup.h"
 #include "qastnodesource.h"
+#include "qastnodetestscript.h"
+#include "qastnodeunittesting.h"
 #include "qastnodeplugincenter.h"
 #include "qastsubproject.h"
 #include "qatrace.h"
@@ -31,8 +33,14 @@ enum ClassCode {
     CodeStruct = 6,
     CodePackage = 7,
     CodeSource = 8,
+    CodeTestScript = 9,
     CodeGroup = 12,
-    CodeSubProject = 13
+    CodeSubProject = 13,
+    CodeUnitTesting = 14,
+    CodeUnitTestingScript = 15,
+    CodeObjectTesting = 18,
+    CodeJavaTesting = 19,
+    CodeJavaTestingScript = 20
 };
 
 QHash<QString, QAStDataFactory::Maker>& makers()
@@ -49,6 +57,26 @@ QHash<QString, QAStDataFactory::Maker>& makers()
                      if (auto* file = qobject_cast<QAStFile*>(subject))
                          return new QAStNodeSource(file, parent, after);
                      return new QAStNodeSource(name, parent, after);
+                 });
+        // The test nodes of component testing, and their scripts, made over a
+        // file of the project when one is given.
+        m.insert(QStringLiteral("QAStNodeUnitTesting"), [](const QString& name, QAStData* parent, QAStData* after,
+                                                           QAStData*) -> QAStData* {
+            return new QAStNodeUnitTesting(name, parent, after);
+        });
+        m.insert(QStringLiteral("QAStNodeObjectTesting"), [](const QString& name, QAStData* parent, QAStData* after,
+                                                             QAStData*) -> QAStData* {
+            return new QAStNodeObjectTesting(name, parent, after);
+        });
+        m.insert(QStringLiteral("QAStNodeJavaTesting"), [](const QString& name, QAStData* parent, QAStData* after,
+                                                           QAStData*) -> QAStData* {
+            return new QAStNodeJavaTesting(name, parent, after);
+        });
+        m.insert(QStringLiteral("QAStNodeUnitTestingScript"),
+                 [](const QString& name, QAStData* parent, QAStData* after, QAStData* subject) -> QAStData* {
+                     if (auto* file = qobject_cast<QAStFile*>(subject))
+                         return new QAStNodeUnitTestingScript(file, parent, after);
+                     return new QAStNodeUnitTestingScript(name, parent, after);
                  });
         return m;
     }();
@@ -97,6 +125,12 @@ const QHash<QString, int>& QAStDataFactory::elementMap()
         m.insert(QStringLiteral("package"), CodePackage);
         m.insert(QStringLiteral("group"), CodeGroup);
         m.insert(QStringLiteral("sub_project"), CodeSubProject);
+        m.insert(QStringLiteral("test_script"), CodeTestScript);
+        m.insert(QStringLiteral("unit_testing"), CodeUnitTesting);
+        m.insert(QStringLiteral("unittesting_script"), CodeUnitTestingScript);
+        m.insert(QStringLiteral("object_testing"), CodeObjectTesting);
+        m.insert(QStringLiteral("java_testing"), CodeJavaTesting);
+        m.insert(QStringLiteral("javatesting_script"), CodeJavaTestingScript);
         return m;
     }();
     return map;
@@ -140,6 +174,14 @@ QAStData* QAStDataFactory::create(const QString& className, QARes* resources, QA
         return new QAStNodeGroup(resources, parent, after);
     if (className == QLatin1String("QAStNodeSource"))
         return new QAStNodeSource(resources, parent, after);
+    if (className == QLatin1String("QAStNodeTestScript"))
+        return new QAStNodeTestScript(resources, parent, after);
+    if (className == QLatin1String("QAStNodeUnitTestingScript"))
+        return new QAStNodeUnitTestingScript(resources, parent, after);
+    if (className == QLatin1String("QAStNodeUnitTesting"))
+        return new QAStNodeUnitTesting(resources, parent, after);
+    if (className == QLatin1String("QAStNodeObjectTesting"))
+        return new QAStNodeObjectTesting(resources, parent, after);
     if (className == QLatin1String("QAStFolder"))
         return new QAStFolder(resources, parent, after);
     if (className == QLatin1String("QAStFile"))
@@ -174,6 +216,18 @@ QAStData* QAStDataFactory::create(const QDomElement& element, int version, QAStD
         return new QAStNodeGroup(element, version, parent, after);
     case CodeSubProject:
         return new QAStSubProject(element, version, parent, after);
+    case CodeTestScript:
+        return new QAStNodeTestScript(element, version, parent, after);
+    case CodeUnitTesting:
+        return new QAStNodeUnitTesting(element, version, parent, after);
+    case CodeUnitTestingScript:
+        return new QAStNodeUnitTestingScript(element, version, parent, after);
+    case CodeObjectTesting:
+        return new QAStNodeObjectTesting(element, version, parent, after);
+    case CodeJavaTesting:
+        return new QAStNodeJavaTesting(element, version, parent, after);
+    case CodeJavaTestingScript:
+        return new QAStNodeJavaTestingScript(element, version, parent, after);
     default:
         break;
     }
