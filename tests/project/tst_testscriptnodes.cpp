@@ -1,0 +1,287 @@
+#include "qares.h"
+#include "qastconfiguration.h"
+#include "qastfile.h"
+#include "qastnodesource.h"
+#include "qastnodetestscript.h"
+#include "qastnodeunittesting.h"
+#include "qastproject.h"
+#include "recordinghost.h"
+
+#include <QDomDocument>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTemporaryFile>
+#include <QTest>
+
+#include <memory>
+
+// Test script nodes and the component test nodes: their lists and selection
+// against the analyser's result, the lines they give their scripts, and the
+// analysis of a real script before each build.
+class tst_TestScriptNodes : public QObject
+{
+    Q_OBJECT
+
+    RecordingHost host;
+    std::unique_ptr<QTemporaryDir> dir;
+    std::unique_ptr<QAStProject> project;
+
+    QString path(const QString& name) const { return dir->filePath(name); }
+    QAStConfiguration* settings() const { return project->configuration(QStringLiteral("Debug")); }
+
+    void write(const QString& name, const QByteArray& text)
+    {
+        QFile file(path(name));
+        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        file.write(text);
+    }
+    // The result of the analyser, as resource text.
+    static std::unique_ptr<QARes> analysis(const QByteArray& text)
+    {
+        QTemporaryFile file;
+        if (!file.open())
+            return nullptr;
+        file.write(text);
+        file.flush();
+        return std::unique_ptr<QARes>(QARes::read(QFile::encodeName(file.fileName()).constData()));
+    }
+    static QString environment(QAStData* node)
+    {
+        QString text;
+        QTextStream stream(&text);
+        node->generateEnv(stream);
+        return text;
+    }
+    int build(QAStNode* node)
+    {
+        host.messages.clear();
+        QSignalSpy finished(node, &QAStNode::buildExecuteFinished);
+        node->build();
+        if (finished.isEmpty() && !finished.wait(20000))
+            return -1;
+        return node->executionStatus();
+    }
+
+private slots:
+    void initTestCase() { QVERIFY(host.initializeLibrary()); }
+    void init()
+    {
+        dir = std::make_unique<QTemporaryDir>();
+        project = std::make_unique<QAStProject>(QPixmap());
+        project->create(path(QStringLiteral("p.vmp")));
+        project->addConfiguration(QStringLiteral("Debug"));
+        settings()->init(*QAStNode::getTDP(QStringLiteral("gnu_c_native")));
+        project->setCurrentConfiguration(QStringLiteral("Debug"));
+        settings()->setProperty(QStringLiteral("intdir"), QStringLiteral("obj"));
+        settings()->setProperty(QStringLiteral("executionFlag"), 0x3F);
+        host.boxAnswer = 0;
+    }
+    void cleanup()
+    {
+        project.reset();
+        dir.reset();
+    }
+
+    // The selection follows the script: what is new joins it, what is gone
+    // leaves it, what the user left out stays out.
+    void theSelectionFollowsTheAnalysis_data()
+    {
+        QTest::addColumn<QStringList>("famAll");
+        QTest::addColumn<QStringList>("famSelection");
+        QTest::addColumn<QByteArray>("result");
+        QTest::addColumn<QStringList>("famAfter");
+        QTest::addColumn<QStringList>("famSelectionAfter");
+        QTest::addColumn<QStringList>("casAfter");
+
+        const QByteArray tree = "SERVICE_TREE = (\"push\", (\"one\", \"full\"), \"pop\");";
+        QTest::newRow("a first analysis selects everything")
+            << QStringList() << QStringList()
+            << "SPG_FILE { FAMILY_LIST = (\"nominal\", \"robustness\"); " + tree + " }"
+            << QStringList {"nominal", "robustness"} << QStringList {"nominal", "robustness"}
+            << QStringList {"push", "push.one", "push.full", "pop"};
+        QTest::newRow("a family gone from the script leaves the selection")
+            << QStringList {"nominal", "robustness"} << QStringList {"nominal", "robustness"}
+            << "SPG_FILE { FAMILY_LIST = (\"nominal\"); " + tree + " }" << QStringList {"nominal"}
+            << QStringList {"nominal"} << QStringList {"push", "push.one", "push.full", "pop"};
+        QTest::newRow("a family the user left out stays out, a new one joins")
+            << QStringList {"nominal", "robustness"} << QStringList {"nominal"}
+            << QByteArray("SPG_FILE { FAMILY_LIST = (\"nominal\", \"robustness\", \"stress\", \"\"); }")
+            << QStringList {"nominal", "robustness", "stress"} << QStringList {"nominal", "stress"}
+            << QStringList();
+        QTest::newRow("a result without families leaves them as they were")
+            << QStringList {"nominal"} << QStringList {"nominal"} << "SPG_FILE { " + tree + " }"
+            << QStringList {"nominal"} << QStringList {"nominal"}
+            << QStringList {"push", "push.one", "push.full", "pop"};
+        QTest::newRow("families that are no list are skipped")
+            << QStringList {"nominal"} << QStringList {"nominal"} << QByteArray("SPG_FILE { FAMILY_LIST = 3; }")
+            << QStringList {"nominal"} << QStringList {"nominal"} << QStringList();
+    }
+    void theSelectionFollowsTheAnalysis()
+    {
+        QFETCH(QStringList, famAll);
+        QFETCH(QStringList, famSelection);
+        QFETCH(QByteArray, result);
+        auto* script = new QAStNodeUnitTestingScript(QStringLiteral("t.ptu"), project.get());
+        // The earlier lists, as a project file holds them.
+        QString text;
+        QTextStream stream(&text);
+        script->write(stream, 0);
+        stream.flush();
+        for (const QString& family : QStringList(famAll.crbegin(), famAll.crend()))
+            text.replace(QStringLiteral("<fam_all>"), QStringLiteral("<fam_all><fam>%1</fam>").arg(family));
+        for (const QString& family : QStringList(famSelection.crbegin(), famSelection.crend()))
+            text.replace(QStringLiteral("<fam_selection>"), QStringLiteral("<fam_selection><fam>%1</fam>").arg(family));
+        QDomDocument document;
+        QVERIFY(document.setContent(text));
+        auto* read = new QAStNodeUnitTestingScript(document.documentElement(), 1, project.get());
+        QCOMPARE(read->famAll(), famAll);
+
+        const std::unique_ptr<QARes> res = analysis(result);
+        QVERIFY(res);
+        read->updateFamilyAndService(res.get());
+        QTEST(read->famAll(), "famAfter");
+        QTEST(read->famSelection(), "famSelectionAfter");
+        QTEST(read->casAll(), "casAfter");
+        QTEST(read->casSelection(), "casAfter");
+    }
+
+    void selectionLinesFollowTheirFlags_data()
+    {
+        QTest::addColumn<bool>("useItems");
+        QTest::addColumn<bool>("useFamilies");
+        QTest::addColumn<QStringList>("items");
+        QTest::addColumn<QStringList>("present");
+        QTest::addColumn<QStringList>("absent");
+        QTest::newRow("both selections, one of them empty")
+            << true << true << QStringList {"push.one", "it's"}
+            << QStringList {"@VT_ITEM_SELECTION=('push.one', 'it\\'s');\n", "@VT_FAM_SELECTION=();\n"}
+            << QStringList {"@OTIFILES"};
+        QTest::newRow("a selection that is not used is not written")
+            << false << true << QStringList {"push.one"} << QStringList {"@VT_FAM_SELECTION=();\n"}
+            << QStringList {"@VT_ITEM_SELECTION"};
+        QTest::newRow("neither") << false << false << QStringList() << QStringList()
+                                 << QStringList {"@VT_ITEM_SELECTION", "@VT_FAM_SELECTION"};
+    }
+    void selectionLinesFollowTheirFlags()
+    {
+        QFETCH(QStringList, present);
+        QFETCH(QStringList, absent);
+        auto* node = new QAStNodeUnitTesting(QStringLiteral("unit"), project.get());
+        auto* script = new QAStNodeUnitTestingScript(QStringLiteral("t.ptu"), node);
+        QFETCH(bool, useItems);
+        QFETCH(bool, useFamilies);
+        QFETCH(QStringList, items);
+        script->setUseVtSelection(useItems);
+        script->setUseVtFamSelection(useFamilies);
+        script->setCasSelection(items);
+        const QString text = environment(script);
+        for (const QString& line : present)
+            QVERIFY2(text.contains(line), qPrintable(text));
+        for (const QString& line : absent)
+            QVERIFY2(!text.contains(line), qPrintable(text));
+    }
+
+    void theActiveScriptIsNamed()
+    {
+        auto* node = new QAStNodeUnitTesting(QStringLiteral("unit"), project.get());
+        QString text = environment(node);
+        QVERIFY2(!text.contains(QLatin1String("UNITTESTING_TESTSCRIPTNAME")), qPrintable(text));
+        QVERIFY(text.contains(QLatin1String("$MATLAB=0;\n")));
+        auto* first = new QAStNodeUnitTestingScript(QStringLiteral("a.ptu"), node);
+        auto* second = new QAStNodeUnitTestingScript(QStringLiteral("b.ptu"), node, first);
+        first->setState(QAStNode::Excluded);
+        new QAStNodeSource(QStringLiteral("model.mdl"), node);
+        text = environment(node);
+        QVERIFY2(text.contains(QStringLiteral("$UNITTESTING_TESTSCRIPTNAME='%1';\n").arg(second->absolutePath())),
+                 qPrintable(text));
+        QVERIFY(text.contains(QLatin1String("$MATLAB=1;\n")));
+    }
+
+    void aSecondScriptReplacesOrJoinsTheFirst_data()
+    {
+        QTest::addColumn<int>("answer");
+        QTest::addColumn<bool>("added");
+        QTest::addColumn<int>("scripts");
+        QTest::addColumn<bool>("firstExcluded");
+        QTest::newRow("replace, the first one gone") << int(QMessageBox::Yes) << true << 1 << false;
+        QTest::newRow("add, the first one inactive") << int(QMessageBox::No) << true << 2 << true;
+        QTest::newRow("cancel") << int(QMessageBox::Cancel) << false << 1 << false;
+    }
+    void aSecondScriptReplacesOrJoinsTheFirst()
+    {
+        QFETCH(int, answer);
+        auto* node = new QAStNodeUnitTesting(QStringLiteral("unit"), project.get());
+        QPointer<QAStNode> first = new QAStNodeUnitTestingScript(QStringLiteral("a.ptu"), node);
+        auto second = std::make_unique<QAStNodeUnitTestingScript>(QStringLiteral("b.ptu"));
+        host.boxAnswer = answer;
+        QFETCH(bool, added);
+        QCOMPARE(node->canAdd(second.get()), added);
+        QVERIFY(host.boxes.last().contains(QLatin1String("There is already an active test script")));
+        if (added)
+            node->addChild(second.release());
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        QTEST(int(node->childrenOfClass("QAStNodeUnitTestingScript", true).size()), "scripts");
+        QTEST(first && first->effectiveState() == QAStNode::Excluded, "firstExcluded");
+        QVERIFY(node->canAdd(new QAStNodeSource(QStringLiteral("x.c"), node)));
+    }
+
+    void aDefinitionGoesBehindTheLastContract()
+    {
+        auto* node = new QAStNodeObjectTesting(QStringLiteral("objects"), project.get());
+        auto* contractA = new QAStNodeTestScript(QStringLiteral("a.otc"));
+        auto* contractB = new QAStNodeTestScript(QStringLiteral("b.otc"));
+        auto* definition = new QAStNodeTestScript(QStringLiteral("t.otd"));
+        auto* header = new QAStNodeSource(QStringLiteral("stack.h"));
+        node->addChild(definition);
+        node->addChild(header, definition);
+        node->addChild(contractA, definition);
+        node->addChild(contractB, contractA);
+        auto* late = new QAStNodeTestScript(QStringLiteral("u.otd"));
+        node->addChild(late);
+        QStringList order;
+        for (QAStData* child = node->firstChild(); child; child = child->next())
+            order << child->name();
+        QCOMPARE(order, (QStringList {"a.otc", "b.otc", "u.otd", "t.otd", "stack.h"}));
+        const QString text = environment(definition);
+        QVERIFY2(text.contains(QLatin1String("@OTIFILES=();\n")), qPrintable(text));
+    }
+
+    void scriptsAreBuiltOnlyByTheCompileSteps()
+    {
+        write(QStringLiteral("t.ptu"), "service s\n  test t\n  end\nend\n");
+        auto* script = new QAStNodeUnitTestingScript(QStringLiteral("t.ptu"), project.get());
+        settings()->setProperty(QStringLiteral("executionFlag"), 0x39);
+        QVERIFY(!script->mustRebuilt());
+        settings()->setProperty(QStringLiteral("executionFlag"), 0x3F);
+        QVERIFY(script->mustRebuilt());
+    }
+
+    // The real analyser on a script that is edited between two builds.
+    void eachBuildAnalysesTheScriptAgain()
+    {
+        auto* node = new QAStNodeUnitTesting(QStringLiteral("unit"), project.get());
+        auto* script = new QAStNodeUnitTestingScript(QStringLiteral("t.ptu"), node);
+        write(QStringLiteral("t.ptu"), "service s\n  test a family nominal\n  end\n  test b family slow\n  end\nend\n");
+        QCOMPARE(build(script), 0);
+        QCOMPARE(script->casAll(), (QStringList {"s", "s.a", "s.b"}));
+        QCOMPARE(script->famSelection(), (QStringList {"nominal", "slow"}));
+
+        write(QStringLiteral("t.ptu"), "service s\n  test a family nominal\n  end\n  test c\n  end\nend\n");
+        QCOMPARE(build(script), 0);
+        QCOMPARE(script->casAll(), (QStringList {"s", "s.a", "s.c"}));
+        QCOMPARE(script->casSelection(), (QStringList {"s", "s.a", "s.c"}));
+        QCOMPARE(script->famAll(), QStringList {"nominal"});
+        QCOMPARE(script->famSelection(), QStringList {"nominal"});
+
+        // A script that does not read stops the build with its line, and
+        // the lists stay as they were.
+        write(QStringLiteral("t.ptu"), "service s\n  test a\n    expect x = 1\n  end\nend\n");
+        QCOMPARE(build(script), 1);
+        QVERIFY2(host.consoleText(0).contains(QLatin1String("t.ptu:3: error: ")),
+                 qPrintable(host.consoleText(0)));
+        QCOMPARE(script->casAll(), (QStringList {"s", "s.a", "s.c"}));
+    }
+};
+
+QTEST_MAIN(tst_TestScriptNodes)
+#include "tst_testscriptnodes.moc"
