@@ -249,6 +249,8 @@ static int runTest(const vt_test* test, int limit, FILE* result)
 int vt_main(int argc, char** argv, const char* script, const vt_test* tests, int count, int limit)
 {
     scriptFile = script;
+    /* Each line reaches the console and the split file as the test ends. */
+    setvbuf(stdout, NULL, _IOLBF, 0);
     if (argc != 2) {
         fprintf(stderr, "usage: %s RESULT_FILE\n", argv[0]);
         return 2;
