@@ -272,14 +272,48 @@ private slots:
         QCOMPARE(script->casSelection(), (QStringList {"s", "s.a", "s.c"}));
         QCOMPARE(script->famAll(), QStringList {"nominal"});
         QCOMPARE(script->famSelection(), QStringList {"nominal"});
+    }
 
-        // A script that does not read stops the build with its line, and
-        // the lists stay as they were.
-        write(QStringLiteral("t.ptu"), "service s\n  test a\n    expect x = 1\n  end\nend\n");
-        QCOMPARE(build(script), 1);
-        QVERIFY2(host.consoleText(0).contains(QLatin1String("t.ptu:3: error: ")),
-                 qPrintable(host.consoleText(0)));
-        QCOMPARE(script->casAll(), (QStringList {"s", "s.a", "s.c"}));
+    // A script that does not read stops the build with its file and line,
+    // and the lists stay as they were.
+    void scriptErrorsNameTheirLine_data()
+    {
+        QTest::addColumn<QByteArray>("script");
+        QTest::addColumn<QString>("error");
+        const QByteArray stub = "stub int f(int a)\n";
+        QTest::newRow("a statement the language lacks")
+            << QByteArray("service s\n  test a\n    expect x = 1\n  end\nend\n") << "t.ptu:3: error: unknown statement";
+        QTest::newRow("a test outside a service") << QByteArray("test a\nend\n") << "t.ptu:1: error: unknown statement";
+        QTest::newRow("a test without its end")
+            << QByteArray("service s\n  test a\n    check x = 1\n") << "t.ptu:2: error: test a has no \"end\"";
+        QTest::newRow("the same test twice in a service")
+            << QByteArray("service s\n  test a\n  end\n  test a\n  end\nend\n") << "t.ptu:4: error: test a is";
+        QTest::newRow("calls of a function that has no stub")
+            << QByteArray("service s\n  test a\n    calls g 1\n  end\nend\n") << "t.ptu:3: error: function g has no stub";
+        QTest::newRow("more return values than a stub keeps")
+            << stub + "service s\n  test a\n    calls f 1 returns " + QByteArray("1, ").repeated(64) + "1\n  end\nend\n"
+            << "t.ptu:4: error: a stub takes at most 64 return values";
+        QTest::newRow("the arguments of a call that a stub does not keep")
+            << stub + "service s\n  test a\n    args f 65 = 1\n  end\nend\n"
+            << "t.ptu:4: error: calls are counted from 1 to 64";
+        QTest::newRow("arguments that are not those of the stub")
+            << stub + "service s\n  test a\n    args f 1 = 1, 2\n  end\nend\n"
+            << "t.ptu:4: error: stub f takes 1 argument(s), not 2";
+        QTest::newRow("a script without a service") << QByteArray("-- nothing yet\n") << "t.ptu:1: error: the script has no service";
+    }
+    void scriptErrorsNameTheirLine()
+    {
+        QFETCH(QByteArray, script);
+        QFETCH(QString, error);
+        auto* node = new QAStNodeUnitTesting(QStringLiteral("unit"), project.get());
+        auto* reference = new QAStNodeUnitTestingScript(QStringLiteral("t.ptu"), node);
+        const std::unique_ptr<QARes> before = analysis("SPG_FILE { SERVICE_TREE = (\"s\", (\"a\")); }");
+        QVERIFY(before);
+        reference->updateFamilyAndService(before.get());
+        write(QStringLiteral("t.ptu"), script);
+        QCOMPARE(build(reference), 1);
+        QVERIFY2(host.consoleText(0).contains(error), qPrintable(host.consoleText(0)));
+        QCOMPARE(reference->casAll(), (QStringList {"s", "s.a"}));
     }
 };
 

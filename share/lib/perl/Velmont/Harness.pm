@@ -119,7 +119,8 @@ sub link_program {
 }
 
 # Runs the program. Its output goes to the console and is appended to the
-# split file as it comes. The harness's own status, 1 when it was killed.
+# split file as it comes. The harness's own status; a harness that was killed
+# leaves no result to trust, and ends the step.
 sub run_harness {
     my ($program, $results, $split) = @_;
     die "$program: the test program was not built\n" unless -x $program;
@@ -144,7 +145,7 @@ sub run_harness {
     close($out);
     my $status = $?;
     close($stream) if $stream;
-    return 1 if WIFSIGNALED($status);
+    die "$program was ended by signal " . WTERMSIG($status) . "\n" if WIFSIGNALED($status);
     return $status >> 8;
 }
 

@@ -12,6 +12,9 @@ use File::Basename qw(basename);
 our @EXPORT_OK = qw(parse_script parse_file write_harness analysis_text c_string);
 
 my $NAME = qr/[A-Za-z_][A-Za-z0-9_]*/;
+# The calls whose arguments and return values a stub keeps: VT_STUB_CALLS of
+# the harness's run-time.
+my $STUB_CALLS = 64;
 
 # A parse error: "file:line: error: text", the form the console finds.
 sub fail {
@@ -174,8 +177,9 @@ sub parse_step {
             or fail($file, $line, "expected \"calls FUNCTION COUNT [returns VALUE, ...]\"");
         my $stub = $script->{stub_by_name}{$name} or fail($file, $line, "function $name has no stub");
         fail($file, $line, "stub $name returns nothing") if defined $returns && $stub->{type} eq 'void';
-        return { kind => 'calls', line => $line, stub => $stub, count => $count,
-                 returns => defined $returns ? [split_top($returns)] : [] };
+        my @returns = defined $returns ? split_top($returns) : ();
+        fail($file, $line, "a stub takes at most $STUB_CALLS return values") if @returns > $STUB_CALLS;
+        return { kind => 'calls', line => $line, stub => $stub, count => $count, returns => \@returns };
     }
     if ($word eq 'args') {
         my ($name, $call, $values) = $rest =~ /^($NAME)\s+(\d+)\s*=\s*(.+)$/
@@ -184,7 +188,7 @@ sub parse_step {
         my @values = split_top($values);
         fail($file, $line, "stub $name takes " . scalar(@{ $stub->{params} }) . " argument(s), not " . scalar(@values))
             unless @values == @{ $stub->{params} };
-        fail($file, $line, "calls are counted from 1") unless $call >= 1;
+        fail($file, $line, "calls are counted from 1 to $STUB_CALLS") unless $call >= 1 && $call <= $STUB_CALLS;
         return { kind => 'args', line => $line, stub => $stub, call => $call, values => \@values };
     }
     fail($file, $line, "unknown statement \"$word\" in a test");
