@@ -246,6 +246,60 @@ private slots:
         QVERIFY2(text.contains(QLatin1String("@OTIFILES=();\n")), qPrintable(text));
     }
 
+    // A contract edited after its object-test information was made makes
+    // the instrumented sources behind it old.
+    void anEditedContractRebuildsTheSourcesBehindIt_data()
+    {
+        QTest::addColumn<QString>("script");
+        QTest::addColumn<int>("informationAge");
+        QTest::addColumn<QList<bool>>("forced");
+        QTest::newRow("a contract newer than its information")
+            << "a.otc" << -100 << QList<bool> {false, true, false};
+        QTest::newRow("a contract older than its information") << "a.otc" << 100 << QList<bool> {false, false, false};
+        QTest::newRow("a script of another language") << "a.ptu" << -100 << QList<bool> {false, false, false};
+    }
+    void anEditedContractRebuildsTheSourcesBehindIt()
+    {
+        QFETCH(QString, script);
+        QFETCH(int, informationAge);
+        auto* node = new QAStNodeObjectTesting(QStringLiteral("objects"), project.get());
+        auto* before = new QAStNodeSource(QStringLiteral("before.cpp"), node);
+        auto* contract = new QAStNodeTestScript(script, node, before);
+        auto* instrumented = new QAStNodeSource(QStringLiteral("after.cpp"), node, contract);
+        auto* integrated = new QAStNodeSource(QStringLiteral("plain.cpp"), node, instrumented);
+        integrated->setMode(QAStNodeSource::Integrated);
+        write(script, "class A\n");
+        write(QStringLiteral("a.oti"), "");
+        QFile information(path(QStringLiteral("a.oti")));
+        QVERIFY(information.open(QIODevice::ReadWrite));
+        QVERIFY(information.setFileTime(QDateTime::currentDateTime().addSecs(informationAge),
+                                        QFileDevice::FileModificationTime));
+        contract->addOutFileName(QStringLiteral("OTI"), path(QStringLiteral("a.oti")));
+        contract->buildFinishEvent();
+        QTEST((QList<bool> {before->isForceRebuild(), instrumented->isForceRebuild(), integrated->isForceRebuild()}),
+              "forced");
+    }
+
+    // The node's own lines close its environment.
+    void javaTestingNamesItsTraceFiles_data()
+    {
+        QTest::addColumn<int>("flag");
+        QTest::addColumn<bool>("coverage");
+        QTest::newRow("without the coverage bit, the trace files only") << 0x3F << false;
+        QTest::newRow("with it, the coverage files first") << 0x23F << true;
+    }
+    void javaTestingNamesItsTraceFiles()
+    {
+        QFETCH(int, flag);
+        auto* node = new QAStNodeJavaTesting(QStringLiteral("java"), project.get());
+        node->addOutFileName(QStringLiteral("TSF"), path(QStringLiteral("obj/t.tsf")));
+        settings()->setProperty(QStringLiteral("executionFlag"), flag);
+        const QStringList lines = environment(node).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+        QVERIFY(lines.size() > 2);
+        QCOMPARE(lines.last(), QStringLiteral("@TSFFILES=('%1');").arg(path(QStringLiteral("obj/t.tsf"))));
+        QTEST(lines.at(lines.size() - 2) == QLatin1String("@FDCFILES=();"), "coverage");
+    }
+
     void scriptsAreBuiltOnlyByTheCompileSteps()
     {
         write(QStringLiteral("t.ptu"), "service s\n  test t\n  end\nend\n");
