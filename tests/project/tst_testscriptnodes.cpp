@@ -1,4 +1,5 @@
 #include "qares.h"
+#include "qastdatafactory.h"
 #include "qastconfiguration.h"
 #include "qastfile.h"
 #include "qastnodesource.h"
@@ -80,6 +81,60 @@ private slots:
     {
         project.reset();
         dir.reset();
+    }
+
+    // Every kind reads back from its element what it wrote, through the
+    // factory that finds the kind by the element's name.
+    void elementsReadBackAsWritten_data()
+    {
+        QTest::addColumn<QString>("kind");
+        QTest::newRow("a test script") << "QAStNodeTestScript";
+        QTest::newRow("a component test script of C") << "QAStNodeUnitTestingScript";
+        QTest::newRow("a Java test script") << "QAStNodeJavaTestingScript";
+        QTest::newRow("a component test node of C") << "QAStNodeUnitTesting";
+        QTest::newRow("a component test node of C++") << "QAStNodeObjectTesting";
+        QTest::newRow("a Java test node") << "QAStNodeJavaTesting";
+    }
+    void elementsReadBackAsWritten()
+    {
+        QFETCH(QString, kind);
+        QAStNode* node = nullptr;
+        if (kind.endsWith(QLatin1String("Script"))) {
+            QAStNodeTestScript* script = kind == QLatin1String("QAStNodeTestScript")
+                ? new QAStNodeTestScript(QStringLiteral("t.ptu"), project.get())
+                : kind == QLatin1String("QAStNodeUnitTestingScript")
+                ? new QAStNodeUnitTestingScript(QStringLiteral("t.ptu"), project.get())
+                : static_cast<QAStNodeTestScript*>(new QAStNodeJavaTestingScript(QStringLiteral("T.java"), project.get()));
+            const std::unique_ptr<QARes> res = analysis(
+                "SPG_FILE { FAMILY_LIST = (\"nominal\", \"a&b\"); SERVICE_TREE = (\"s\", (\"x\", \"y\")); }");
+            script->updateFamilyAndService(res.get());
+            script->setCasSelection({QStringLiteral("s.y")});
+            script->setUseVtFamSelection(false);
+            script->setInstance(QStringLiteral("second <one>"));
+            node = script;
+        } else {
+            QAStNodeTest* test = kind == QLatin1String("QAStNodeUnitTesting")
+                ? static_cast<QAStNodeTest*>(new QAStNodeUnitTesting(QStringLiteral("unit"), project.get()))
+                : kind == QLatin1String("QAStNodeObjectTesting")
+                ? static_cast<QAStNodeTest*>(new QAStNodeObjectTesting(QStringLiteral("unit"), project.get()))
+                : new QAStNodeJavaTesting(QStringLiteral("unit"), project.get());
+            new QAStNodeUnitTestingScript(QStringLiteral("t.ptu"), test);
+            node = test;
+        }
+        QString written;
+        QTextStream stream(&written);
+        node->write(stream, 0);
+        stream.flush();
+        QDomDocument document;
+        QVERIFY(document.setContent(written));
+        QAStData* read = QAStDataFactory::create(document.documentElement(), 1, project.get(), node);
+        QVERIFY(read);
+        QCOMPARE(QString::fromLatin1(read->metaObject()->className()), kind);
+        QString again;
+        QTextStream second(&again);
+        read->write(second, 0);
+        second.flush();
+        QCOMPARE(again, written);
     }
 
     // The selection follows the script: what is new joins it, what is gone

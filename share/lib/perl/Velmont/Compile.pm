@@ -13,7 +13,7 @@ use Text::ParseWords qw(shellwords);
 use Velmont::Log qw(log_file);
 use Velmont::Run qw(run_tool);
 
-our @EXPORT_OK = qw(compile_source compile_flags runtime_source);
+our @EXPORT_OK = qw(compile_source compile_flags runtime_source setting intermediate_dir);
 
 # The environment file's variables, by name.
 no strict 'refs';

@@ -12,7 +12,7 @@ use File::Path qw(make_path);
 use File::Spec;
 use POSIX qw(WIFSIGNALED WTERMSIG);
 use Text::ParseWords qw(shellwords);
-use Velmont::Compile qw(compile_flags);
+use Velmont::Compile qw(compile_flags setting);
 use Velmont::Log qw(log_file);
 use Velmont::Ptu qw(parse_file write_harness);
 use Velmont::Run qw(run_tool);
@@ -20,12 +20,6 @@ use Velmont::Run qw(run_tool);
 our @EXPORT_OK = qw(build_harness link_program run_harness write_xrd read_results);
 
 no strict 'refs';
-
-sub setting {
-    my ($name) = @_;
-    my $value = ${"main::$name"};
-    return defined $value ? $value : '';
-}
 
 # The list, or undef when the environment file does not state it at all: an
 # empty selection selects nothing, a missing one everything.
@@ -36,9 +30,7 @@ sub optional_list {
 }
 
 sub intermediate_dir {
-    my $dir = setting('INTDIR');
-    $dir = '.' unless length $dir;
-    $dir = File::Spec->rel2abs($dir);
+    my $dir = Velmont::Compile::intermediate_dir();
     make_path($dir, { error => \my $errors });
     die "cannot make the intermediate directory $dir\n" unless -d $dir;
     return $dir;
