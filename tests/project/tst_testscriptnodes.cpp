@@ -424,6 +424,18 @@ private slots:
         QVERIFY2(host.consoleText(0).contains(error), qPrintable(host.consoleText(0)));
         QCOMPARE(reference->casAll(), (QStringList {"s", "s.a"}));
     }
+
+    // The harness gives the compiler the script's lines: C of the script
+    // that does not compile is reported there.
+    void cOfTheScriptIsReportedAtItsLine()
+    {
+        auto* node = new QAStNodeUnitTesting(QStringLiteral("unit"), project.get());
+        auto* script = new QAStNodeUnitTestingScript(QStringLiteral("t.ptu"), node);
+        write(QStringLiteral("t.ptu"), "service s\n  test a\n    var int x\n    call x = f(1 2)\n  end\nend\n");
+        QCOMPARE(build(script), 1);
+        QVERIFY2(host.consoleText(0).contains(path(QStringLiteral("t.ptu")) + QStringLiteral(":4:")),
+                 qPrintable(host.consoleText(0)));
+    }
 };
 
 QTEST_MAIN(tst_TestScriptNodes)

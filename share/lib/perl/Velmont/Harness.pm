@@ -86,7 +86,7 @@ sub build_harness {
     die "the test run-time $source is missing from the installation\n" unless -f $source;
     my $runtime = File::Spec->catfile($dir, "velmont_ut.$extension");
     if (!-f $runtime || -M $runtime > -M $source) {
-        $status = run_tool($port->{RUNTIME_COMPILER} // 'gcc', '-c', '-g', '-O1', '-fPIC', '-fno-instrument-functions',
+        $status = run_tool($port->{RUNTIME_COMPILER} // 'gcc', '-c', '-g', '-fPIC', '-fno-instrument-functions',
                            '-I' . runtime_dir(), $source, '-o', $runtime);
         return $status if $status;
     }
