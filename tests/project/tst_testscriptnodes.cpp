@@ -383,6 +383,31 @@ private slots:
         QCOMPARE(script->famSelection(), QStringList {"nominal"});
     }
 
+    // The user's choice of families and tests, after an analysis.
+    void theUserSelectsTestsAfterAnAnalysis_data()
+    {
+        QTest::addColumn<bool>("cancel");
+        QTest::addColumn<QStringList>("famSelection");
+        QTest::addColumn<QStringList>("casSelection");
+        QTest::newRow("a choice is taken and forces a build")
+            << false << QStringList {"slow"} << QStringList {"s.b"};
+        QTest::newRow("a cancel leaves everything selected")
+            << true << QStringList {"nominal", "slow"} << QStringList {"s", "s.a", "s.b"};
+    }
+    void theUserSelectsTestsAfterAnAnalysis()
+    {
+        QFETCH(bool, cancel);
+        auto* script = new QAStNodeUnitTestingScript(QStringLiteral("t.ptu"), project.get());
+        write(QStringLiteral("t.ptu"), "service s\n  test a\n  end\n  test b family slow\n  end\nend\n");
+        host.checkCancels = cancel;
+        host.checkAnswers = QStringList {"slow", "s.b"};
+        script->testerConfiguration();
+        QTRY_COMPARE_WITH_TIMEOUT(script->casAll(), (QStringList {"s", "s.a", "s.b"}), 10000);
+        QTEST(script->famSelection(), "famSelection");
+        QTEST(script->casSelection(), "casSelection");
+        QCOMPARE(script->isForceRebuild(), !cancel);
+    }
+
     // A script that does not read stops the build with its file and line,
     // and the lists stay as they were.
     void scriptErrorsNameTheirLine_data()
