@@ -15,6 +15,8 @@
 #include "qastnodelink.h"
 #include "qastnodesource.h"
 #include "qastnodeuser.h"
+#include "qastnodetestscript.h"
+#include "qastnodeunittesting.h"
 #include "qastnodeplugincenter.h"
 #include "qastsubproject.h"
 #include "qatrace.h"
@@ -35,10 +37,16 @@ enum ClassCode {
     CodeStruct = 6,
     CodePackage = 7,
     CodeSource = 8,
+    CodeTestScript = 9,
     CodeApplication = 10,
     CodeLibrary = 11,
     CodeGroup = 12,
     CodeSubProject = 13,
+    CodeUnitTesting = 14,
+    CodeUnitTestingScript = 15,
+    CodeObjectTesting = 18,
+    CodeJavaTesting = 19,
+    CodeJavaTestingScript = 20,
     CodeUser = 21,
     CodeLink = 23
 };
@@ -75,6 +83,26 @@ QHash<QString, QAStDataFactory::Maker>& makers()
                  [](const QString&, QAStData* parent, QAStData* after, QAStData* subject) -> QAStData* {
                      QAStNode* target = QAStNode::toNode(subject);
                      return target ? new QAStNodeLink(target, parent, after) : nullptr;
+                 });
+        // The test nodes of component testing, and their scripts, made over a
+        // file of the project when one is given.
+        m.insert(QStringLiteral("QAStNodeUnitTesting"), [](const QString& name, QAStData* parent, QAStData* after,
+                                                           QAStData*) -> QAStData* {
+            return new QAStNodeUnitTesting(name, parent, after);
+        });
+        m.insert(QStringLiteral("QAStNodeObjectTesting"), [](const QString& name, QAStData* parent, QAStData* after,
+                                                             QAStData*) -> QAStData* {
+            return new QAStNodeObjectTesting(name, parent, after);
+        });
+        m.insert(QStringLiteral("QAStNodeJavaTesting"), [](const QString& name, QAStData* parent, QAStData* after,
+                                                           QAStData*) -> QAStData* {
+            return new QAStNodeJavaTesting(name, parent, after);
+        });
+        m.insert(QStringLiteral("QAStNodeUnitTestingScript"),
+                 [](const QString& name, QAStData* parent, QAStData* after, QAStData* subject) -> QAStData* {
+                     if (auto* file = qobject_cast<QAStFile*>(subject))
+                         return new QAStNodeUnitTestingScript(file, parent, after);
+                     return new QAStNodeUnitTestingScript(name, parent, after);
                  });
         return m;
     }();
@@ -127,6 +155,12 @@ const QHash<QString, int>& QAStDataFactory::elementMap()
         m.insert(QStringLiteral("sub_project"), CodeSubProject);
         m.insert(QStringLiteral("user"), CodeUser);
         m.insert(QStringLiteral("link"), CodeLink);
+        m.insert(QStringLiteral("test_script"), CodeTestScript);
+        m.insert(QStringLiteral("unit_testing"), CodeUnitTesting);
+        m.insert(QStringLiteral("unittesting_script"), CodeUnitTestingScript);
+        m.insert(QStringLiteral("object_testing"), CodeObjectTesting);
+        m.insert(QStringLiteral("java_testing"), CodeJavaTesting);
+        m.insert(QStringLiteral("javatesting_script"), CodeJavaTestingScript);
         return m;
     }();
     return map;
@@ -174,6 +208,14 @@ QAStData* QAStDataFactory::create(const QString& className, QARes* resources, QA
         return new QAStNodeApplication(resources, parent, after);
     if (className == QLatin1String("QAStNodeUser"))
         return new QAStNodeUser(resources, parent, after);
+    if (className == QLatin1String("QAStNodeTestScript"))
+        return new QAStNodeTestScript(resources, parent, after);
+    if (className == QLatin1String("QAStNodeUnitTestingScript"))
+        return new QAStNodeUnitTestingScript(resources, parent, after);
+    if (className == QLatin1String("QAStNodeUnitTesting"))
+        return new QAStNodeUnitTesting(resources, parent, after);
+    if (className == QLatin1String("QAStNodeObjectTesting"))
+        return new QAStNodeObjectTesting(resources, parent, after);
     if (className == QLatin1String("QAStFolder"))
         return new QAStFolder(resources, parent, after);
     if (className == QLatin1String("QAStFile"))
@@ -216,6 +258,18 @@ QAStData* QAStDataFactory::create(const QDomElement& element, int version, QAStD
         return new QAStNodeUser(element, version, parent, after);
     case CodeLink:
         return new QAStNodeLink(element, version, parent, after);
+    case CodeTestScript:
+        return new QAStNodeTestScript(element, version, parent, after);
+    case CodeUnitTesting:
+        return new QAStNodeUnitTesting(element, version, parent, after);
+    case CodeUnitTestingScript:
+        return new QAStNodeUnitTestingScript(element, version, parent, after);
+    case CodeObjectTesting:
+        return new QAStNodeObjectTesting(element, version, parent, after);
+    case CodeJavaTesting:
+        return new QAStNodeJavaTesting(element, version, parent, after);
+    case CodeJavaTestingScript:
+        return new QAStNodeJavaTestingScript(element, version, parent, after);
     default:
         break;
     }

@@ -7,6 +7,8 @@
 #include "qastnodeuser.h"
 #include "qastnodesource.h"
 #include "qastnodetest.h"
+#include "qastnodetestscript.h"
+#include "qastnodeunittesting.h"
 #include "qastproject.h"
 #include "recordinghost.h"
 #include "withoutmenus.h"
@@ -26,18 +28,6 @@ class QAStNodeVirtualTester : public QAStNodeFileRef
     Q_OBJECT
 public:
     QAStNodeVirtualTester(const QString& key) : QAStNodeFileRef(key, QPixmap()) {}
-};
-class QAStNodeTestScript : public QAStNodeFileRef
-{
-    Q_OBJECT
-public:
-    QAStNodeTestScript(const QString& key, QAStData* parent) : QAStNodeFileRef(key, QPixmap(), parent) {}
-};
-class QAStNodeObjectTesting : public QAStNodeTest
-{
-    Q_OBJECT
-public:
-    QAStNodeObjectTesting(const QString& name, QAStData* parent) : QAStNodeTest(name, QPixmap(), parent) {}
 };
 
 namespace {

@@ -5,6 +5,7 @@
 #include "qastfolderdialog.h"
 #include "qastnodegroup.h"
 #include "qastnodefileref.h"
+#include "qastnodetestscript.h"
 #include "qastproject.h"
 #include "qastrootfolder.h"
 #include "qastsubproject.h"
@@ -52,16 +53,6 @@ QByteArray projectNaming(const QString& name, const QStringList& subProjects)
 }
 
 } // namespace
-
-// Stand-ins for the script kinds that refer to files: the file tree meets
-// them only through their class names and the key of their base.
-class QAStNodeTestScript : public QAStNodeFileRef
-{
-    Q_OBJECT
-public:
-    QAStNodeTestScript(const QString& key, QAStData* parent) : QAStNodeFileRef(key, QPixmap(), parent, parent->last()) {}
-};
-class QAStNodeJavaTestingScript : public QAStNodeTestScript { Q_OBJECT using QAStNodeTestScript::QAStNodeTestScript; };
 
 class tst_ProjectDocument : public QObject
 {
@@ -466,9 +457,9 @@ private slots:
             if (kind == QLatin1String("source"))
                 new QAStNodeFileRef(key, QPixmap(), group);
             else if (kind == QLatin1String("script"))
-                new QAStNodeTestScript(key, group);
+                new QAStNodeTestScript(key, group, group->last());
             else
-                new QAStNodeJavaTestingScript(key, group);
+                new QAStNodeJavaTestingScript(key, group, group->last());
             // Two references to one file make one file.
             new QAStNodeFileRef(key, QPixmap(), &project, project.last());
             project.rebuildFileList();

@@ -51,7 +51,8 @@ private slots:
             {"src/add.c", "int add(int a, int b) { return a + b; }\n"},
             {"src/scale.c", "int add(int a, int b);\nint scale(int a) { return add(a, a) * SCALE; }\n"},
             {"src/main.c", "int scale(int a);\nint main(void) { return scale(2) == 8 ? 0 : 1; }\n"},
-            {"add.ptu", "-- the unit test of add\n"},
+            {"add.ptu", "-- the unit test of add\ncode\nint add(int a, int b);\nend\n\nservice add\n"
+                        "  test sums family nominal\n    check add(2, 3) = 5\n  end\nend\n"},
         };
         for (auto it = sources.constBegin(); it != sources.constEnd(); ++it) {
             QFile file(fixture.path(it.key()));
@@ -107,11 +108,13 @@ private slots:
                                     {path, "add", "test-script", "Unit", "add.ptu"},
                                     {path, "add", "source", "Unit", "src/add.c"},
                                     {path, "execute"}});
-        QVERIFY2(out.contains(QLatin1String("\nend App: success (")) && out.contains(QLatin1String("\nend Unit: ")),
+        QVERIFY2(out.contains(QLatin1String("\nend App: success (")) && out.contains(QLatin1String("\nend Unit: success (")),
                  qPrintable(out));
         QAStProject project(path);
         QVERIFY(readsBackExactly(project));
-        QAStData* script = project.findNode(QStringLiteral("Unit.add.ptu"));
+        // A name with a dot is not reached through a dotted path.
+        QAStData* unit = project.findNode(QStringLiteral("Unit"));
+        QAStData* script = unit ? unit->searchChildOfClass(QStringLiteral("add.ptu"), "QAStNodeUnitTestingScript", false) : nullptr;
         QVERIFY(script && script->inherits("QAStNodeUnitTestingScript"));
         QCOMPARE(project.findNode(QStringLiteral("App"))->childrenOfClass("QAStNodeLink", false).size(), 1);
     }

@@ -295,6 +295,15 @@ QAStData* Editor::makeFileNode(const Kind& kind, const QString& path, QAStNode* 
     return QAStDataFactory::make(QLatin1String(chosen->className), file->name(), parent, after, file);
 }
 
+// A link is not dropped in: the test and library nodes make one through
+// their reference menu, which is where it may stand.
+static bool acceptsChild(const QAStNode* parent, QAStData* child)
+{
+    if (child->inherits("QAStNodeLink"))
+        return parent->inherits("QAStNodeTest") || parent->inherits("QAStNodeLibrary");
+    return parent->acceptDrop(child);
+}
+
 QAStData* Editor::makeNamedNode(const Kind* kind, const QString& word, const QString& name, QAStNode* parent,
                                 QAStData* after, int& status)
 {
@@ -367,7 +376,7 @@ int Editor::add(QStringList arguments)
                                          : status;
         // A plug-in's kind has said itself where it may stand, as it does
         // for the creation menus.
-        if (kind && !parent->acceptDrop(made)) {
+        if (kind && !acceptsChild(parent, made)) {
             delete made;
             return refuse(QStringLiteral("a %1 node cannot stand under %2").arg(word, pathOf(parent)));
         }

@@ -1,0 +1,62 @@
+#pragma once
+
+#include "batchfixture.h"
+
+#include <QDomDocument>
+
+/// Copies of the component test project of testdata/unittest, the ring
+/// buffer, edited by a test before the batch host builds them.
+struct UnitTestFixture : BatchFixture {
+    using Edits = QList<QPair<QString, QString>>;
+
+    /// A fresh copy with the script and the project file edited; the copy's
+    /// project file, or a null string when an edit found nothing to replace.
+    QString copy(const Edits& scriptEdits, const Edits& projectEdits = Edits()) const
+    {
+        const QString from = QStringLiteral(SDK_TESTDATA_DIR "/unittest");
+        for (QDirIterator it(from, QDir::Files, QDirIterator::Subdirectories); it.hasNext();) {
+            const QString target = path(QStringLiteral("unittest")) + it.next().mid(from.size());
+            if (!QDir().mkpath(QFileInfo(target).path()) || !QFile::copy(it.filePath(), target))
+                return QString();
+        }
+        if (!edit(QStringLiteral("src/ring.ptu"), scriptEdits) || !edit(QStringLiteral("unittest.vmp"), projectEdits))
+            return QString();
+        return path(QStringLiteral("unittest/unittest.vmp"));
+    }
+    bool edit(const QString& name, const Edits& edits) const
+    {
+        QFile file(path(QStringLiteral("unittest/") + name));
+        if (!file.open(QIODevice::ReadOnly))
+            return false;
+        QString text = QString::fromUtf8(file.readAll());
+        file.close();
+        for (const auto& [before, after] : edits) {
+            if (!text.contains(before))
+                return false;
+            text.replace(before, after);
+        }
+        return file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(text.toUtf8()) >= 0;
+    }
+    /// "service.test verdict" of each test of the node's report, each
+    /// followed by its failures as "variable expected obtained line".
+    QStringList report(QString* state) const
+    {
+        QFile in(path(QStringLiteral("unittest/obj/ring.xrd")));
+        QDomDocument document;
+        if (!in.open(QIODevice::ReadOnly) || !document.setContent(&in))
+            return {QStringLiteral("no report")};
+        const QDomElement node = document.documentElement().firstChildElement(QStringLiteral("XROD:NODE"));
+        *state = node.attribute(QStringLiteral("state"));
+        QStringList tests;
+        for (QDomElement test = node.firstChildElement(); !test.isNull(); test = test.nextSiblingElement()) {
+            tests << test.attribute(QStringLiteral("service")) + QLatin1Char('.') + test.attribute(QStringLiteral("test"))
+                    + QLatin1Char(' ') + test.attribute(QStringLiteral("verdict")) + test.attribute(QStringLiteral("signal"));
+            for (QDomElement failure = test.firstChildElement(); !failure.isNull(); failure = failure.nextSiblingElement())
+                tests << QStringList {failure.attribute(QStringLiteral("variable"), failure.attribute(QStringLiteral("function"))),
+                                      failure.attribute(QStringLiteral("expected")), failure.attribute(QStringLiteral("obtained")),
+                                      failure.attribute(QStringLiteral("line"))}
+                             .join(QLatin1Char(' '));
+        }
+        return tests;
+    }
+};
