@@ -15,7 +15,8 @@ root=$(pwd)
 job=${1:-}
 
 packages=(cmake ninja-build g++ perl qt6-base-dev qt6-5compat-dev libgl-dev flex bison
-          universal-ctags libbenchmark-dev clang libclang-rt-dev libclang-dev bluez-source pmccabe gcc)
+          universal-ctags libbenchmark-dev clang libclang-rt-dev libclang-dev bluez-source pmccabe gcc
+          xorg-server-source)
 
 install_missing() {
     local missing=()
