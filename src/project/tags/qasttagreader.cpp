@@ -185,6 +185,7 @@ void QAStTagReader::read(const char* data, qsizetype size)
     _declarations.clear();
     _bodies.clear();
     _prototypes.clear();
+    _entries.clear();
     _renewedAt.clear();
     _functionsIndexed = false;
     _dependencies = nullptr;
@@ -501,10 +502,9 @@ QAStData* QAStTagReader::findBelow(const QString& qualified, const char* classNa
     return found && found->inherits(className) ? found : nullptr;
 }
 
-void QAStTagReader::remember(QAStATag* tag, QAStFile* file)
+void QAStTagReader::remember(QAStATag* tag, QAStFile* file, const QString& qualified)
 {
     Scopes& scopes = _scopes[file];
-    const QString qualified = tag->qualifiedName();
     if (!scopes.first.contains(qualified))
         scopes.first.insert(qualified, tag);
     scopes.last.insert(qualified, tag);
@@ -639,9 +639,11 @@ QAStData* QAStTagReader::createTag(Line& values, QAStFile* file, QAStData* paren
     _lastChild.insert(parent, tag);
     if (auto* method = qobject_cast<QAStAMethodTag*>(tag); method && (qualifier & QAStATag::Body))
         joinDeclaration(method, name);
+    // Spelt once for both indexes: it walks the ancestors.
+    const QString qualified = tag->qualifiedName();
     if (_functionsIndexed && qobject_cast<QAStAFunctionTag*>(tag))
-        indexFunction(tag, file);
-    remember(tag, file);
+        indexFunction(tag, file, qualified);
+    remember(tag, file, qualified);
     return tag;
 }
 
@@ -692,21 +694,40 @@ void QAStTagReader::indexFunctions()
     _functionsIndexed = true;
     if (!_project || !_project->rootFolder())
         return;
+    // Most lines of a large tag file are functions: about one a hundred
+    // bytes of it.
+    const qsizetype expected = _scanner.size() / 100;
+    _declarations.reserve(expected);
+    _prototypes.reserve(expected);
+    _bodies.reserve(expected / 2);
+    _entries.reserve(size_t(expected) * 2);
     for (QAStData* data : _project->rootFolder()->childrenOfClass("QAStAFunctionTag", true)) {
         auto* function = static_cast<QAStATag*>(data);
-        indexFunction(function, function->file());
+        indexFunction(function, function->file(), function->qualifiedName());
     }
 }
 
-void QAStTagReader::indexFunction(QAStATag* function, QAStFile* file)
+void QAStTagReader::indexFunction(QAStATag* function, QAStFile* file, const QString& qualified)
 {
-    const Indexed entry {function, file, _serial++};
+    const Indexed entry {function, file, _serial++, -1};
     if (function->hasQualifier(QAStATag::Declaration)) {
-        _declarations[function->qualifiedName()].append(entry);
-        _prototypes[function->name()].append(entry);
+        append(_declarations, qualified, entry);
+        append(_prototypes, function->name(), entry);
     }
     if (function->hasQualifier(QAStATag::Body))
-        _bodies[function->qualifiedName()].append(entry);
+        append(_bodies, qualified, entry);
+}
+
+void QAStTagReader::append(Index& index, const QString& name, const Indexed& entry)
+{
+    const qsizetype at = qsizetype(_entries.size());
+    _entries.push_back(entry);
+    Chain& chain = index[name];
+    if (chain.last < 0)
+        chain.first = at;
+    else
+        _entries[size_t(chain.last)].next = at;
+    chain.last = at;
 }
 
 // The last child of \a parent, kept as the pass appends, so that a file of
@@ -727,7 +748,11 @@ bool QAStTagReader::anyLeft(const Index& index, const QString& name) const
     const auto found = index.constFind(name);
     if (found == index.constEnd())
         return false;
-    return std::any_of(found->cbegin(), found->cend(), [this](const Indexed& entry) { return isAlive(entry); });
+    for (qsizetype at = found->first; at >= 0; at = _entries[size_t(at)].next) {
+        if (isAlive(_entries[size_t(at)]))
+            return true;
+    }
+    return false;
 }
 
 void QAStTagReader::joinDeclaration(QAStATag* method, const QString& name)
@@ -756,7 +781,8 @@ void QAStTagReader::joinDeclaration(QAStATag* method, const QString& name)
     const QHash<QAStFile*, int>& order = _dependencyOrder;
     QAStATag* chosen = nullptr;
     int chosenAt = -1;
-    for (const Indexed& entry : candidates.value()) {
+    for (qsizetype next = candidates->first; next >= 0; next = _entries[size_t(next)].next) {
+        const Indexed& entry = _entries[size_t(next)];
         if (!isAlive(entry))
             continue;
         QAStATag* prototype = entry.tag;

@@ -10,6 +10,8 @@
 #include <QStringList>
 #include <QVariant>
 
+#include <vector>
+
 class QAStATag;
 class QAStAClassTag;
 class QAStAPackageTag;
@@ -80,14 +82,14 @@ private:
     void error(const char* text);
     void skipRest();
     QAStData* findBelow(const QString& qualified, const char* className, bool last);
-    void remember(QAStATag* tag, QAStFile* file);
+    void remember(QAStATag* tag, QAStFile* file, const QString& qualified);
     void addDependency(const QString& key);
     void joinDeclaration(QAStATag* method, const QString& name);
     void indexFiles();
     QAStFile* knownFile(const QString& key);
     QAStFile* addDependencyFile(const QString& key);
     void indexFunctions();
-    void indexFunction(QAStATag* function, QAStFile* file);
+    void indexFunction(QAStATag* function, QAStFile* file, const QString& qualified);
     void forgetTagsOf(QAStFile* file);
     bool isStale(QAStFile* file);
     QAStData* lastChild(QAStData* parent);
@@ -115,14 +117,23 @@ private:
     // an entry counts while it is younger than the last renewal of its
     // file. Plain pointers and numbers, where a guarded pointer to each of
     // a hundred thousand tags would cost an allocation for each.
+    // The entries of a name are chained, in the order they came, through
+    // one array for all three indexes: no list is allocated for each name.
     struct Indexed {
         QAStATag* tag;
         QAStFile* file;
         qint64 serial;
+        qsizetype next;
     };
-    using Index = QHash<QString, QList<Indexed>>;
+    struct Chain {
+        qsizetype first = -1;
+        qsizetype last = -1;
+    };
+    using Index = QHash<QString, Chain>;
     bool isAlive(const Indexed& entry) const { return entry.serial >= _renewedAt.value(entry.file, 0); }
     bool anyLeft(const Index& index, const QString& name) const;
+    void append(Index& index, const QString& name, const Indexed& entry);
+    std::vector<Indexed> _entries;
     Index _declarations;
     Index _bodies;
     Index _prototypes;
