@@ -16,7 +16,7 @@ job=${1:-}
 
 packages=(cmake ninja-build g++ perl qt6-base-dev qt6-5compat-dev libgl-dev flex bison
           universal-ctags libbenchmark-dev clang libclang-rt-dev libclang-dev bluez-source pmccabe gcc
-          libxml2-utils clang-tidy)
+          libxml2-utils clang-tidy xorg-server-source)
 
 install_missing() {
     local missing=()

@@ -274,6 +274,43 @@ private slots:
         QCOMPARE(treeOf(header), QStringList({"AFunctionTag q 2 0x80", "AFunctionTag r 3 0x80"}));
     }
 
+    // A body whose class lies elsewhere takes the name of a prototype in
+    // the headers it includes; "body of" marks the body asked about.
+    void aBodyTakesItsNameFromAPrototypeOfItsHeaders_data()
+    {
+        QTest::addColumn<QByteArray>("first");
+        QTest::addColumn<QByteArray>("second");
+        QTest::addColumn<QString>("name");
+        const QByteArray header = "N\ta.h\t1;\"\tnamespace\nC\ta.h\t2;\"\tclass\tnamespace:N\n"
+                                  "m\ta.h\t3;\"\tprototype\tclass:N::C\n";
+        const QByteArray body = "m\ta.c\t5;\"\tfunction\tclass:C\n";
+        // A first body makes the reader index the project's functions
+        // before the header comes.
+        const QByteArray indexFirst = "x\ta.c\t1;\"\tfunction\tclass:D\n";
+        QTest::newRow("a prototype of an included header names the body") << header + body << QByteArray() << "N::C::m";
+        QTest::newRow("a declaration of the body's own name keeps it")
+            << header + "C\ta.h\t7;\"\tclass\nm\ta.h\t8;\"\tprototype\tclass:C\n" + body << QByteArray() << "C::m";
+        QTest::newRow("a prototype whose body is known is passed over")
+            << header + "m\ta.h\t9;\"\tfunction\tclass:N::C\n" + body << QByteArray() << "C::m";
+        QTest::newRow("a prototype gone with its renewed header names nothing")
+            << header + body << indexFirst + "other\ta.h\t1;\"\tprototype\n" + body << "C::m";
+        QTest::newRow("a prototype made again by its renewed header names the body")
+            << header + body << indexFirst + header + body << "N::C::m";
+    }
+    void aBodyTakesItsNameFromAPrototypeOfItsHeaders()
+    {
+        QFETCH(QByteArray, first);
+        QFETCH(QByteArray, second);
+        QFETCH(QString, name);
+        QAStFile* file = readInto(QStringLiteral("./a.c"), first);
+        if (!second.isEmpty()) {
+            project->file(QStringLiteral("a.h"))->resetTimeStamp();
+            readInto(QStringLiteral("./a.c"), second);
+        }
+        const QStringList tree = treeOf(file);
+        QVERIFY2(tree.contains(QStringLiteral("AMethodTag %1 5 0x100").arg(name)), qPrintable(tree.join('\n')));
+    }
+
     void aStopEndsThePassAndKeepsTheTagsMade()
     {
         host.stopAt = 2;

@@ -69,6 +69,16 @@ void printTree(QAStFile* file, QTextStream& out)
     }
 }
 
+// The file \a path names as "tag" takes it, from the working directory, or
+// as the project knows it.
+QAStFile* fileNamed(QAStProject* project, const QString& path)
+{
+    if (QAStFile* known = project->file(path))
+        return known;
+    const QFileInfo here(path);
+    return here.exists() ? project->file(here.absoluteFilePath()) : nullptr;
+}
+
 } // namespace
 
 int BatchTags::tag(QAStProject* project, const QStringList& paths, QTextStream& out)
@@ -129,7 +139,7 @@ int BatchTags::tags(QAStProject* project, const QString& path, QTextStream& out)
     QList<QAStFile*> files;
     if (path.isEmpty()) {
         files = project->files();
-    } else if (QAStFile* file = project->file(path)) {
+    } else if (QAStFile* file = fileNamed(project, path)) {
         files.append(file);
     } else {
         reportError(QStringLiteral("no file \"%1\" in the project").arg(path));

@@ -19,6 +19,8 @@
 #include <QFileInfo>
 
 #include <cstdio>
+#include <string_view>
+#include <unordered_map>
 
 namespace {
 
@@ -118,15 +120,17 @@ const KindRule kindRules[] = {
     {"interface", 0x40000, Plain, "interface.xpm"},
 };
 
-const KindRule* ruleOf(const QString& kind)
+// Found by the bytes of the line, in place: no string is made for a kind.
+const KindRule* ruleOf(QByteArrayView kind)
 {
-    static const QHash<QString, const KindRule*> rules = [] {
-        QHash<QString, const KindRule*> map;
+    static const std::unordered_map<std::string_view, const KindRule*> rules = [] {
+        std::unordered_map<std::string_view, const KindRule*> map;
         for (const KindRule& rule : kindRules)
-            map.insert(QString::fromLatin1(rule.kind), &rule);
+            map.emplace(rule.kind, &rule);
         return map;
     }();
-    return rules.value(kind);
+    const auto found = rules.find(std::string_view(kind.data(), size_t(kind.size())));
+    return found == rules.end() ? nullptr : found->second;
 }
 
 } // namespace
@@ -173,6 +177,17 @@ void QAStTagReader::read(const char* data, qsizetype size)
     _files.clear();
     _filesIndexed = false;
     _dependencyKeys.clear();
+    _dependencyOrder.clear();
+    _dependencyOrderOf = 0;
+    // The project may have changed since the last pass: what was known of
+    // its functions and last children is found again.
+    _lastChild.clear();
+    _declarations.clear();
+    _bodies.clear();
+    _prototypes.clear();
+    _entries.clear();
+    _renewedAt.clear();
+    _functionsIndexed = false;
     _dependencies = nullptr;
     _lastFileKnown = false;
     _package.clear();
@@ -226,13 +241,13 @@ void QAStTagReader::skipRest()
 
 bool QAStTagReader::readLine()
 {
-    Values values;
+    Line values;
     if (_token != T::TK_IDENT && _token != T::TK_NUMBER) {
         error("expecting an identifier");
         skipRest();
         return false;
     }
-    values.insert(keyName, toText(_scanner.text()));
+    values.name = toText(_scanner.text());
     advance();
     if (_token != T::TK_TAB) {
         error("expecting a tab");
@@ -258,13 +273,13 @@ bool QAStTagReader::readLine()
         skipRest();
         return false;
     }
-    values.insert(keyLine, _scanner.text().toInt());
+    values.line = _scanner.text().toInt();
     QAStFile* current = fileOfLine(fileText);
     if (!current) {
         skipRest();
         return true;
     }
-    values.insert(keyFile, _lastFileKey);
+    values.file = _lastFileKey;
     advance();
     if (_token == T::TK_EOL || _token == T::TK_END) {
         // The line only tells that the file was seen.
@@ -289,19 +304,18 @@ bool QAStTagReader::readLine()
         skipRest();
         return false;
     }
-    const QString kind = toText(_scanner.text());
-    values.insert(keyKind, kind);
+    const QByteArrayView kind = _scanner.text();
+    values.kind = kind;
     advance();
 
     QAStData* parent = current;
-    if (kind == QLatin1String("package")) {
-        _package = values.value(keyName).toString();
-    } else if ((kind == QLatin1String("class") || kind == QLatin1String("interface")) && !_package.isEmpty()) {
+    if (kind == "package") {
+        _package = values.name;
+    } else if ((kind == "class" || kind == "interface") && !_package.isEmpty()) {
         // Java classes stand in their package.
         if (QAStData* package = findBelow(_package, "QAStAPackageTag", false))
             parent = package;
     }
-    values.insert(keyQualifier, 0);
     const bool complete = readFields(values, parent);
     createTag(values, current, parent);
     if (!complete)
@@ -323,7 +337,7 @@ QAStData* scope(QAStData* found, QAStData* parent)
 
 } // namespace
 
-bool QAStTagReader::readFields(Values& values, QAStData*& parent)
+bool QAStTagReader::readFields(Line& values, QAStData*& parent)
 {
     QString pendingKey;
     const auto expectIdent = [&](const char* message) {
@@ -339,9 +353,8 @@ bool QAStTagReader::readFields(Values& values, QAStData*& parent)
         case T::TK_NAMESPACE: {
             if (!expectIdent("expecting an implementation name"))
                 return false;
-            const QString text = toText(_scanner.text());
-            values.insert(keyComplete, text);
-            parent = scope(findBelow(text, "QAStAPackageTag", true), parent);
+            values.complete = toText(_scanner.text());
+            parent = scope(findBelow(values.complete, "QAStAPackageTag", true), parent);
             break;
         }
         case T::TK_CLASS:
@@ -351,7 +364,7 @@ bool QAStTagReader::readFields(Values& values, QAStData*& parent)
             QString text = toText(_scanner.text());
             if (!_package.isEmpty())
                 text = _package + QLatin1Char('.') + text;
-            values.insert(keyComplete, text);
+            values.complete = text;
             parent = scope(findBelow(text, field == T::TK_CLASS ? "QAStAClassTag" : "QAStATag", false), parent);
             break;
         }
@@ -372,20 +385,20 @@ bool QAStTagReader::readFields(Values& values, QAStData*& parent)
         case T::TK_PARENT:
             if (!expectIdent("expecting a parent name"))
                 return false;
-            values.insert(keyName, toText(_scanner.text()) + QLatin1Char('.') + values.value(keyName).toString());
+            values.name = toText(_scanner.text()) + QLatin1Char('.') + values.name;
             break;
         case T::TK_SEPARATE:
             if (!expectIdent("expecting an implementation name"))
                 return false;
-            values.insert(keyComplete, toText(_scanner.text()) + QLatin1Char('.') + values.value(keyName).toString());
-            values.insert(keySeparate, 1);
+            values.complete = toText(_scanner.text()) + QLatin1Char('.') + values.name;
+            values.separate = true;
             break;
         case T::TK_ACCESS:
         case T::TK_IMPLEMENTATION:
             if (!expectIdent("expecting an identifier"))
                 return false;
             // Plain addition: a word given twice counts twice.
-            values.insert(keyQualifier, values.value(keyQualifier).toInt() + qualifierBits(_scanner.text()));
+            values.qualifier += qualifierBits(_scanner.text());
             break;
         case T::TK_SIGNATURE: {
             if (!expectIdent("expecting a signature"))
@@ -398,7 +411,7 @@ bool QAStTagReader::readFields(Values& values, QAStData*& parent)
                 to = _scanner.text().data() + _scanner.text().size();
                 advance();
             }
-            values.insert(keySignature, toText(QByteArrayView(from, to - from)));
+            values.signature = toText(QByteArrayView(from, to - from));
             continue;
         }
         case T::TK_IDENT: {
@@ -406,7 +419,7 @@ bool QAStTagReader::readFields(Values& values, QAStData*& parent)
             if (pendingKey.isEmpty() && text.endsWith(':')) {
                 pendingKey = toText(text.chopped(1));
             } else if (!pendingKey.isEmpty()) {
-                values.insert(pendingKey, toText(text));
+                values.set(pendingKey, toText(text));
                 pendingKey.clear();
             }
             break;
@@ -461,9 +474,25 @@ void QAStTagReader::startFile(QAStFile* file)
     _done.append(file);
     if (!isStale(file))
         return;
+    forgetTagsOf(file);
     const QSignalBlocker quiet(file);
     file->deleteChildren();
     _scopes.remove(file);
+}
+
+void QAStTagReader::forgetTagsOf(QAStFile* file)
+{
+    if (_functionsIndexed)
+        _renewedAt.insert(file, _serial);
+    // A tag deleted here may be a parent whose last child is kept, and a
+    // new tag may come at its address.
+    QList<QAStData*> below {file};
+    while (!below.isEmpty()) {
+        QAStData* data = below.takeLast();
+        _lastChild.remove(data);
+        for (QAStData* child = data->firstChild(); child; child = child->next())
+            below.append(child);
+    }
 }
 
 QAStData* QAStTagReader::findBelow(const QString& qualified, const char* className, bool last)
@@ -473,10 +502,9 @@ QAStData* QAStTagReader::findBelow(const QString& qualified, const char* classNa
     return found && found->inherits(className) ? found : nullptr;
 }
 
-void QAStTagReader::remember(QAStATag* tag, QAStFile* file)
+void QAStTagReader::remember(QAStATag* tag, QAStFile* file, const QString& qualified)
 {
     Scopes& scopes = _scopes[file];
-    const QString qualified = tag->qualifiedName();
     if (!scopes.first.contains(qualified))
         scopes.first.insert(qualified, tag);
     scopes.last.insert(qualified, tag);
@@ -497,26 +525,82 @@ void QAStTagReader::addDependency(const QString& key)
     _file->addDependency(key);
 }
 
+void QAStTagReader::Line::set(const QString& key, const QString& text)
+{
+    // A named value of the line that has a built-in key takes its place,
+    // as it would in the map.
+    if (key == keyName)
+        name = text;
+    else if (key == keyFile)
+        file = text;
+    else if (key == keyLine)
+        line = text.toInt();
+    else if (key == keyQualifier)
+        qualifier = text.toInt();
+    else if (key == keyComplete)
+        complete = text;
+    else if (key == keySeparate)
+        separate = text.toInt() != 0;
+    else if (key == keySignature)
+        signature = text;
+    else if (key == keyKind)
+        kind = ownKind = text.toUtf8();
+    else
+        others.insert(key, text);
+}
+
+QAStTagReader::Values QAStTagReader::Line::values() const
+{
+    Values made = others;
+    made.insert(keyName, name);
+    made.insert(keyFile, file);
+    made.insert(keyLine, line);
+    made.insert(keyKind, QString::fromUtf8(kind));
+    made.insert(keyQualifier, qualifier);
+    if (!complete.isNull())
+        made.insert(keyComplete, complete);
+    if (separate)
+        made.insert(keySeparate, 1);
+    if (!signature.isNull())
+        made.insert(keySignature, signature);
+    return made;
+}
+
 QAStData* QAStTagReader::createTag(Values& values, QAStFile* file, QAStData* parent)
+{
+    Line line;
+    const QByteArray kind = values.value(keyKind).toString().toUtf8();
+    line.kind = kind;
+    for (auto it = values.cbegin(); it != values.cend(); ++it) {
+        if (it.key() != keyKind)
+            line.set(it.key(), it.value().toString());
+    }
+    // Numbers are numbers in the map, and a signature may be there empty.
+    line.line = values.value(keyLine).toInt();
+    line.qualifier = values.value(keyQualifier).toInt();
+    line.separate = values.value(keySeparate).toInt() != 0;
+    return createTag(line, file, parent);
+}
+
+QAStData* QAStTagReader::createTag(Line& values, QAStFile* file, QAStData* parent)
 {
     if (!file || !parent)
         return nullptr;
-    const QString kind = values.value(keyKind).toString();
-    const QString name = values.value(keyName).toString();
-    const QString path = values.value(keyFile).toString();
-    const int line = values.value(keyLine).toInt();
-    int qualifier = values.value(keyQualifier).toInt();
-    const QString complete = values.value(keyComplete).toString();
-    QAStData* after = lastChild(parent);
-    const KindRule* rule = ruleOf(kind);
+    const QString& name = values.name;
+    const QString& path = values.file;
+    const int line = values.line;
+    int qualifier = values.qualifier;
+    const QString& complete = values.complete;
+    const KindRule* rule = ruleOf(values.kind);
     if (!rule)
-        return offerToPlugins(kind, values, parent);
+        return offerToPlugins(values, parent);
+    QAStData* after = lastChild(parent);
     qualifier += rule->bits;
     QAStATag* tag = nullptr;
     switch (rule->made) {
     case Package: {
         auto* package = new QAStAPackageTag(name, path, line, parent, after);
-        if (values.value(keySeparate).toInt() && !complete.isEmpty())
+        if (values.separate && !complete.isEmpty())
             package->setQualifiedName(complete);
         tag = package;
         break;
@@ -542,7 +626,7 @@ QAStData* QAStTagReader::createTag(Values& values, QAStFile* file, QAStData* par
             const QString separator = file->fileLanguage() == 8 ? QStringLiteral(".") : QStringLiteral("::");
             tag->setQualifiedName(complete + separator + name);
         }
-        tag->setSignature(values.value(keySignature).toString());
+        tag->setSignature(values.signature);
         break;
     case Plain:
         tag = new QAStATag(name, path, line, parent, after);
@@ -555,9 +639,11 @@ QAStData* QAStTagReader::createTag(Values& values, QAStFile* file, QAStData* par
     _lastChild.insert(parent, tag);
     if (auto* method = qobject_cast<QAStAMethodTag*>(tag); method && (qualifier & QAStATag::Body))
         joinDeclaration(method, name);
+    // Spelt once for both indexes: it walks the ancestors.
+    const QString qualified = tag->qualifiedName();
     if (_functionsIndexed && qobject_cast<QAStAFunctionTag*>(tag))
-        indexFunction(tag);
-    remember(tag, file);
+        indexFunction(tag, file, qualified);
+    remember(tag, file, qualified);
     return tag;
 }
 
@@ -608,18 +694,40 @@ void QAStTagReader::indexFunctions()
     _functionsIndexed = true;
     if (!_project || !_project->rootFolder())
         return;
-    for (QAStData* data : _project->rootFolder()->childrenOfClass("QAStAFunctionTag", true))
-        indexFunction(static_cast<QAStATag*>(data));
+    // Most lines of a large tag file are functions: about one a hundred
+    // bytes of it.
+    const qsizetype expected = _scanner.size() / 100;
+    _declarations.reserve(expected);
+    _prototypes.reserve(expected);
+    _bodies.reserve(expected / 2);
+    _entries.reserve(size_t(expected) * 2);
+    for (QAStData* data : _project->rootFolder()->childrenOfClass("QAStAFunctionTag", true)) {
+        auto* function = static_cast<QAStATag*>(data);
+        indexFunction(function, function->file(), function->qualifiedName());
+    }
 }
 
-void QAStTagReader::indexFunction(QAStATag* function)
+void QAStTagReader::indexFunction(QAStATag* function, QAStFile* file, const QString& qualified)
 {
+    const Indexed entry {function, file, _serial++, -1};
     if (function->hasQualifier(QAStATag::Declaration)) {
-        _declarations[function->qualifiedName()].append(function);
-        _prototypes[function->name()].append(function);
+        append(_declarations, qualified, entry);
+        append(_prototypes, function->name(), entry);
     }
     if (function->hasQualifier(QAStATag::Body))
-        _bodies[function->qualifiedName()].append(function);
+        append(_bodies, qualified, entry);
+}
+
+void QAStTagReader::append(Index& index, const QString& name, const Indexed& entry)
+{
+    const qsizetype at = qsizetype(_entries.size());
+    _entries.push_back(entry);
+    Chain& chain = index[name];
+    if (chain.last < 0)
+        chain.first = at;
+    else
+        _entries[size_t(chain.last)].next = at;
+    chain.last = at;
 }
 
 // The last child of \a parent, kept as the pass appends, so that a file of
@@ -634,14 +742,17 @@ QAStData* QAStTagReader::lastChild(QAStData* parent)
     return last;
 }
 
-// Whether one of \a tags still lives: tags of a file renewed in this pass
-// are gone from the lists by themselves.
-static bool anyLeft(const QHash<QString, QList<QPointer<QAStATag>>>& index, const QString& name)
+// Whether one of the tags indexed under \a name still lives.
+bool QAStTagReader::anyLeft(const Index& index, const QString& name) const
 {
     const auto found = index.constFind(name);
     if (found == index.constEnd())
         return false;
-    return std::any_of(found->cbegin(), found->cend(), [](const QPointer<QAStATag>& tag) { return !tag.isNull(); });
+    for (qsizetype at = found->first; at >= 0; at = _entries[size_t(at)].next) {
+        if (isAlive(_entries[size_t(at)]))
+            return true;
+    }
+    return false;
 }
 
 void QAStTagReader::joinDeclaration(QAStATag* method, const QString& name)
@@ -655,27 +766,27 @@ void QAStTagReader::joinDeclaration(QAStATag* method, const QString& name)
     const auto candidates = _prototypes.constFind(name);
     if (candidates == _prototypes.constEnd())
         return;
-    // The dependencies only grow during the pass: their order is renewed
-    // when one was added.
+    // The dependencies only grow during the pass, and a file found stays
+    // found: the order is extended from where its walk stopped, not walked
+    // again from the first of thousands of headers for every method.
     const QStringList& dependencies = _file->dependencies();
-    if (_dependencyOrderOf != dependencies.size()) {
-        _dependencyOrder.clear();
-        _dependencyOrderOf = dependencies.size();
-        for (int i = 0; i < dependencies.size(); ++i) {
-            QAStFile* header = knownFile(dependencies.at(i));
-            // The walk stops at a file that is gone.
-            if (!header)
-                break;
-            _dependencyOrder.insert(header, i);
-        }
+    while (_dependencyOrderOf < dependencies.size()) {
+        QAStFile* header = knownFile(dependencies.at(_dependencyOrderOf));
+        // The walk stops at a file that is gone, and tries it again next time.
+        if (!header)
+            break;
+        _dependencyOrder.insert(header, int(_dependencyOrderOf));
+        ++_dependencyOrderOf;
     }
     const QHash<QAStFile*, int>& order = _dependencyOrder;
     QAStATag* chosen = nullptr;
     int chosenAt = -1;
-    for (const QPointer<QAStATag>& prototype : candidates.value()) {
-        if (!prototype)
+    for (qsizetype next = candidates->first; next >= 0; next = _entries[size_t(next)].next) {
+        const Indexed& entry = _entries[size_t(next)];
+        if (!isAlive(entry))
             continue;
-        const int at = order.value(prototype->file(), -1);
+        QAStATag* prototype = entry.tag;
+        const int at = order.value(entry.file, -1);
         if (at < 0 || at < chosenAt || anyLeft(_bodies, prototype->qualifiedName()))
             continue;
         chosen = prototype;
@@ -685,8 +796,9 @@ void QAStTagReader::joinDeclaration(QAStATag* method, const QString& name)
         method->setQualifiedName(chosen->qualifiedName());
 }
 
-QAStData* QAStTagReader::offerToPlugins(const QString& kind, Values& values, QAStData* parent)
+QAStData* QAStTagReader::offerToPlugins(const Line& line, QAStData* parent)
 {
+    const QString kind = QString::fromUtf8(line.kind);
     if (!_pluginKindsRead) {
         _pluginKinds = QAStNodePluginCenter::nodePluginCenter()->featureList(IID_NodeTag);
         _pluginKindsRead = true;
@@ -696,6 +808,7 @@ QAStData* QAStTagReader::offerToPlugins(const QString& kind, Values& values, QAS
         QUnknownInterface* face = nullptr;
         QAStNodePluginCenter::nodePluginCenter()->queryComponentInterface(kind, IID_NodeTag, &face);
         if (face) {
+            Values values = line.values();
             made = static_cast<NodeTagInterface*>(face)->nodeTag(kind, values, 0, parent, parent->last());
             face->release();
         }

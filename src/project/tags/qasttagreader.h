@@ -5,11 +5,12 @@
 #include <QHash>
 #include <QList>
 #include <QMap>
-#include <QPointer>
 #include <QSet>
 #include <QString>
 #include <QStringList>
 #include <QVariant>
+
+#include <vector>
 
 class QAStATag;
 class QAStAClassTag;
@@ -52,25 +53,47 @@ public:
     const QStringList& errors() const { return _errors; }
 
 private:
+    // One line of the tag file. The built-in kinds read these fields as
+    // they are; the map of named values that a plug-in receives is made
+    // only for a kind that goes to a plug-in.
+    struct Line {
+        QString name;
+        QByteArrayView kind;
+        QByteArray ownKind;
+        QString file;
+        int line = 0;
+        int qualifier = 0;
+        QString complete;
+        bool separate = false;
+        QString signature;
+        // Named values no built-in kind reads, for the plug-ins.
+        Values others;
+
+        void set(const QString& key, const QString& text);
+        Values values() const;
+    };
+
     void advance();
     bool readLine();
-    bool readFields(Values& values, QAStData*& parent);
+    bool readFields(Line& values, QAStData*& parent);
+    QAStData* createTag(Line& values, QAStFile* file, QAStData* parent);
     QAStFile* fileOfLine(const QByteArrayView& text);
     void startFile(QAStFile* file);
     void error(const char* text);
     void skipRest();
     QAStData* findBelow(const QString& qualified, const char* className, bool last);
-    void remember(QAStATag* tag, QAStFile* file);
+    void remember(QAStATag* tag, QAStFile* file, const QString& qualified);
     void addDependency(const QString& key);
     void joinDeclaration(QAStATag* method, const QString& name);
     void indexFiles();
     QAStFile* knownFile(const QString& key);
     QAStFile* addDependencyFile(const QString& key);
     void indexFunctions();
-    void indexFunction(QAStATag* function);
+    void indexFunction(QAStATag* function, QAStFile* file, const QString& qualified);
+    void forgetTagsOf(QAStFile* file);
     bool isStale(QAStFile* file);
     QAStData* lastChild(QAStData* parent);
-    QAStData* offerToPlugins(const QString& kind, Values& values, QAStData* parent);
+    QAStData* offerToPlugins(const Line& line, QAStData* parent);
 
     QAStFile* _file;
     QAStProject* _project;
@@ -89,18 +112,42 @@ private:
     QString _lastFileKey;
     bool _lastFileKnown = false;
     QHash<QAStFile*, bool> _stale;
-    // Qualified names of the declarations and bodies of the project.
-    QHash<QString, QList<QPointer<QAStATag>>> _declarations;
-    QHash<QString, QList<QPointer<QAStATag>>> _bodies;
-    QHash<QString, QList<QPointer<QAStATag>>> _prototypes;
+    // Qualified names of the declarations and bodies of the project. The
+    // tags of a file renewed in the pass are deleted under their entries:
+    // an entry counts while it is younger than the last renewal of its
+    // file. Plain pointers and numbers, where a guarded pointer to each of
+    // a hundred thousand tags would cost an allocation for each.
+    // The entries of a name are chained, in the order they came, through
+    // one array for all three indexes: no list is allocated for each name.
+    struct Indexed {
+        QAStATag* tag;
+        QAStFile* file;
+        qint64 serial;
+        qsizetype next;
+    };
+    struct Chain {
+        qsizetype first = -1;
+        qsizetype last = -1;
+    };
+    using Index = QHash<QString, Chain>;
+    bool isAlive(const Indexed& entry) const { return entry.serial >= _renewedAt.value(entry.file, 0); }
+    bool anyLeft(const Index& index, const QString& name) const;
+    void append(Index& index, const QString& name, const Indexed& entry);
+    std::vector<Indexed> _entries;
+    Index _declarations;
+    Index _bodies;
+    Index _prototypes;
+    QHash<QAStFile*, qint64> _renewedAt;
+    qint64 _serial = 0;
     QHash<QString, QAStFile*> _files;
     bool _filesIndexed = false;
     QAStFolder* _dependencies = nullptr;
     bool _dependenciesSorted = false;
     QHash<QAStFile*, int> _dependencyOrder;
     QSet<QString> _dependencyKeys;
-    qsizetype _dependencyOrderOf = -1;
-    QHash<QAStData*, QPointer<QAStData>> _lastChild;
+    qsizetype _dependencyOrderOf = 0;
+    // Forgotten with the tags of their file, and at the start of a pass.
+    QHash<QAStData*, QAStData*> _lastChild;
     bool _functionsIndexed = false;
     // Tags of each file by qualified name, as the lines made them: the
     // scopes of later lines are found here instead of in the whole file.

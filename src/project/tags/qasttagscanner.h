@@ -55,6 +55,8 @@ public:
     int line() const { return _line; }
     /// How far the scanner has read, in bytes.
     qsizetype position() const { return _at - _begin; }
+    /// The size of the whole text, in bytes.
+    qsizetype size() const { return _end - _begin; }
     /// Passes over the rest of the line, up to and not including its end.
     void skipLine();
 
