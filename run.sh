@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Sets up this machine for libsdk and runs one of its jobs.
 #
-#   ./run.sh example   build the library and run the command-line host on the first example
+#   ./run.sh example   build the library, then build and test the sensor example with the command-line host
 #   ./run.sh test      build with AddressSanitizer and UndefinedBehaviorSanitizer, run every test
 #   ./run.sh bench     build the benchmarks in release mode, run them, and keep
 #                      each program's figures in build/bench/results/<program>.json
@@ -51,19 +51,16 @@ example)
     # The example is copied, so that a build leaves the source tree alone.
     work=$(mktemp -d)
     trap 'rm -rf "$work"' EXIT
-    cp -r "$root/examples/first" "$work/"
+    cp -r "$root/examples/sensor" "$work/"
     batch="$root/build/release/stage/bin/linux/x86_64/velmont-batch"
-    project="$work/first/first.vmp"
-    node="Unit tests.Queue"
-    cd "$work"
-    echo "== velmont-batch first.vmp tree"
+    project="$work/sensor/sensor.vmp"
+    configurations="GNU C native (x86_64 Linux),GNU C native (x86_64 Linux) (2)"
+    cd "$work/sensor"
+    echo "== velmont-batch sensor.vmp tree"
     "$batch" "$project" tree
-    echo; echo "== velmont-batch first.vmp settings \"$node\""
-    "$batch" "$project" settings "$node"
-    echo; echo "== velmont-batch first.vmp env \"$node\""
-    "$batch" "$project" env "$node"
-    echo; echo "== velmont-batch first.vmp rebuild \"Unit tests\""
-    "$batch" "$project" rebuild "Unit tests"
+    echo; echo "== velmont-batch --config plain,instrumented sensor.vmp execute"
+    "$batch" --config "$configurations" --junit "$work/sensor/junit.xml" --json "$work/sensor/run.jsonl" \
+        "$project" execute
     ;;
 test)
     install_missing
