@@ -2,7 +2,7 @@
 # Makes sensor.vmp from nothing with the batch host's own commands:
 #   examples/sensor/make-project.sh PATH/TO/velmont-batch
 # The project has two configurations: the first plain, the second
-# instrumented (coverage, and the trace followed while the programs run).
+# instrumented (coverage and trace followed while the programs run).
 set -e
 batch=${1:?usage: make-project.sh VELMONT-BATCH}
 cd "$(dirname "$0")"
@@ -12,6 +12,7 @@ plain="GNU C native (x86_64 Linux)"
 instrumented="GNU C native (x86_64 Linux) (2)"
 "$batch" sensor.vmp set . executionFlag 63 --config "$plain"
 "$batch" sensor.vmp set . executionFlag 1599 --config "$instrumented"
+"$batch" sensor.vmp set . ztc_onthefly 1 --config "$instrumented"
 "$batch" sensor.vmp set . ztt_on_fly false --config "$instrumented"
 "$batch" sensor.vmp add library . Sensor
 "$batch" sensor.vmp add source Sensor src/ringbuf.c src/crc16.c src/filter.c src/controller.c
