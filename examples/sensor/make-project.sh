@@ -14,6 +14,10 @@ instrumented="GNU C native (x86_64 Linux) (2)"
 "$batch" sensor.vmp set . executionFlag 1599 --config "$instrumented"
 "$batch" sensor.vmp set . ztc_onthefly 1 --config "$instrumented"
 "$batch" sensor.vmp set . ztt_on_fly false --config "$instrumented"
+# Both configurations build for one port, whose directory they would share:
+# the instrumented objects must not pass for the plain ones.
+"$batch" sensor.vmp set . intdir gnu_c_native_instrumented --config "$instrumented"
+"$batch" sensor.vmp set . outdir gnu_c_native_instrumented --config "$instrumented"
 "$batch" sensor.vmp add library . Sensor
 "$batch" sensor.vmp add source Sensor src/ringbuf.c src/crc16.c src/filter.c src/controller.c
 "$batch" sensor.vmp add application . Device
@@ -27,3 +31,5 @@ for unit in ringbuf crc16 controller; do
 done
 # The controller's filter is part of the unit it tests.
 "$batch" sensor.vmp add source ControllerTest src/filter.c
+# The files name the installation that made them; the example opens with any.
+sed -i -e 's|SYSTEM "[^"]*/lib/project.dtd"|SYSTEM "./lib/project.dtd"|' -e '/<targetFullPath>/d' sensor.vmp sensor.inf

@@ -37,6 +37,7 @@
 #include <QXmlStreamReader>
 
 #include <algorithm>
+#include <limits>
 #include <vector>
 
 StudioInterface* QAStData::_studio = nullptr;
@@ -151,7 +152,10 @@ void QAStData::init(const QDomElement& element, int version)
     _name = xmlValueToString(nameElement.text());
 
     const QDomElement quidElement = element.firstChildElement(QStringLiteral("quid"));
-    quid = quidElement.isNull() ? _computeID() : xmlValueToUInt(quidElement.text());
+    if (quidElement.isNull())
+        quid = _computeID();
+    else
+        setQuid(xmlValueToUInt(quidElement.text()));
 
     const QDomElement iconElement = element.firstChildElement(QStringLiteral("icon"));
     if (!iconElement.isNull())
@@ -277,6 +281,22 @@ void QAStData::readStrMapVal(QARes* resources, const char* path,
     attribute = map;
 }
 
+namespace {
+
+// The highest identity that this process has made or read. Separate runs
+// restart the counter, so that a project made by a quick series of commands
+// would otherwise hand out, a second later, the values that the run before
+// gave: two objects of one project with one identity share an environment
+// file and a log of produced files, and a link may find the wrong target.
+unsigned int highestQuid = 0;
+
+void noteQuid(unsigned int value)
+{
+    highestQuid = qMax(highestQuid, value);
+}
+
+} // namespace
+
 unsigned int QAStData::_computeID()
 {
     static unsigned int counter = 0;
@@ -285,7 +305,18 @@ unsigned int QAStData::_computeID()
     // time zone lookup for every object of a large file.
     static const qint64 epoch = QDateTime(QDate(2000, 1, 1), QTime(0, 0)).toSecsSinceEpoch();
     const qint64 seconds = qAbs(QDateTime::currentSecsSinceEpoch() - epoch);
-    return static_cast<unsigned int>(seconds + counter);
+    unsigned int value = static_cast<unsigned int>(seconds + counter);
+    // A file may hold the largest value: past it the clock's value stands.
+    if (value <= highestQuid && highestQuid != std::numeric_limits<unsigned int>::max())
+        value = highestQuid + 1;
+    noteQuid(value);
+    return value;
+}
+
+void QAStData::setQuid(unsigned int value)
+{
+    quid = value;
+    noteQuid(value);
 }
 
 // ---------------------------------------------------------------------------

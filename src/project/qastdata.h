@@ -127,7 +127,7 @@ public:
     int executionStatus() const { return executionResult; }
     void setExecutionStatus(int status) { executionResult = status; }
     unsigned int getQuid() const { return quid; }
-    void setQuid(unsigned int value) { quid = value; }
+    void setQuid(unsigned int value);
     QString iconFileName() const { return iconName; }
     QAStAttribute<QString>& nameAttribute() { return _name; }
     bool isRenameable() const { return renameable; }

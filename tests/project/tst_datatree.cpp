@@ -10,6 +10,7 @@
 #include <QDomDocument>
 #include <QFile>
 #include <QPointer>
+#include <QSet>
 #include <QSignalSpy>
 #include <QLineEdit>
 #include <QTemporaryDir>
@@ -395,6 +396,28 @@ private slots:
         QVERIFY(!d.isAlphabeticallySorted() && d.executionStatus() == QAStData::ExecutionNone);
         QCOMPARE(d.getQuid() == 7u, !name.isEmpty()); // without a read quid one is computed
         QVERIFY(d.getQuid() != 0);
+    }
+
+    // Commands run one after another within a second each restart the
+    // counter: an object made now must not take a value that a run a moment
+    // ago gave and that the file read here holds.
+    void newIdentitiesNeverRepeatThoseRead()
+    {
+        const unsigned int now = TestData("clock").getQuid();
+        QSet<unsigned int> seen;
+        std::vector<std::unique_ptr<TestData>> read;
+        for (unsigned int quid = now; quid < now + 5; ++quid) {
+            QDomDocument doc;
+            QVERIFY(doc.setContent(QString("<data><name>x</name><quid>%1</quid></data>").arg(quid)));
+            read.push_back(std::make_unique<TestData>(doc.documentElement(), 1));
+            QCOMPARE(read.back()->getQuid(), quid);
+            seen.insert(quid);
+        }
+        for (int i = 0; i < 5; ++i) {
+            const unsigned int made = TestData("new").getQuid();
+            QVERIFY2(!seen.contains(made), qPrintable(QString::number(made)));
+            seen.insert(made);
+        }
     }
 
     void hostFallbacksAndEditFile()

@@ -245,9 +245,15 @@ private slots:
         const QByteArray file = "CO \"" + path(QStringLiteral("src/p.c")).toUtf8() + "\" ";
         QVERIFY2(all.contains(file + "9 0\n") && all.contains(file + "10 1\n"), all.mid(all.indexOf("CO ")).constData());
         QVERIFY(all.contains("TB \""));
+        // Every function of the source with its calls, a static one by name too.
+        const QByteArray function = "DC \"" + path(QStringLiteral("src/p.c")).toUtf8() + "\" ";
+        QVERIFY2(all.contains(function + "2 twice\n") && all.contains(function + "2 helper\n")
+                     && all.contains(function + "1 main\n"),
+                 all.mid(all.indexOf("DC ")).constData());
         QVERIFY(all.endsWith("\n") && all.mid(all.lastIndexOf('\n', all.size() - 2) + 1).startsWith("tEND "));
         QTRY_VERIFY_WITH_TIMEOUT(output(QASTSplitSurvey::EndOfTestOutput).startsWith("tEND "), 10000);
         QVERIFY(output(QASTSplitSurvey::CoverageOutput).contains("TB \""));
+        QVERIFY(output(QASTSplitSurvey::CoverageOutput).contains(function + "2 helper\n"));
         // The end of test goes on to the unsplit output; nothing else is left there.
         QCOMPARE(output(QASTSplitSurvey::UnsplitOutput), output(QASTSplitSurvey::EndOfTestOutput));
     }

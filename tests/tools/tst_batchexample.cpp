@@ -3,8 +3,9 @@
 #include <QTest>
 
 // The bundled sensor example, built and tested end to end as a new user
-// first sees it: every test node passes, and a wrong expected value is
-// reported with its script line and fails its node.
+// first sees it: every test node passes, a second run builds nothing, the
+// instrumented configuration shows the share of functions that ran, and a
+// wrong expected value is reported with its script line and fails its node.
 class tst_BatchExample : public QObject
 {
     Q_OBJECT
@@ -26,23 +27,45 @@ class tst_BatchExample : public QObject
         return fixture.path(QStringLiteral("sensor/sensor.vmp"));
     }
 
+    static const char* plain() { return "GNU C native (x86_64 Linux)"; }
+
 private slots:
-    void theExampleBuildsAndPasses_data()
+    // Run a second time, the example is up to date: nothing is built, and
+    // every test runs again.
+    void theWholeExamplePassesAndThenIsUpToDate()
     {
-        QTest::addColumn<QByteArray>("wrongCheck"); // empty: the scripts as shipped
-        QTest::addColumn<int>("status");
-        QTest::addColumn<QStringList>("rows");
-        QTest::newRow("as shipped, every test node passes")
-            << QByteArray() << 0
-            << QStringList {"Device          GNU C native (x86_64 Linux)  passed   1       0",
-                            "RingbufTest     GNU C native (x86_64 Linux)  passed   5       0",
-                            "Crc16Test       GNU C native (x86_64 Linux)  passed   6       0",
-                            "ControllerTest  GNU C native (x86_64 Linux)  passed   6       0"};
-        QTest::newRow("a wrong expected value fails its node with the script's line")
-            << QByteArray("0x29B2") << 2
-            << QStringList {"Crc16Test  GNU C native (x86_64 Linux)  failed   5       1"};
+        const QString project = copySensor();
+        QVERIFY(!project.isEmpty());
+        const QStringList rows {"Device          GNU C native (x86_64 Linux)  passed   1       0",
+                                "RingbufTest     GNU C native (x86_64 Linux)  passed   5       0",
+                                "Crc16Test       GNU C native (x86_64 Linux)  passed   6       0",
+                                "ControllerTest  GNU C native (x86_64 Linux)  passed   6       0"};
+        for (const bool again : {false, true}) {
+            const BatchFixture::Run run = fixture.run({project, QStringLiteral("execute")}, RecordingHost::stageDir());
+            QVERIFY2(run.status == 0, qPrintable(run.out + run.err));
+            for (const QString& row : rows)
+                QVERIFY2(run.out.contains(row), qPrintable(run.out));
+            QCOMPARE(run.out.contains(QLatin1String("end Sensor.ringbuf.c: success")), !again);
+            QCOMPARE(run.out.contains(QLatin1String("start ControllerTest.controller.ptu")), !again);
+        }
     }
-    void theExampleBuildsAndPasses()
+
+    void oneTestNode_data()
+    {
+        QTest::addColumn<QString>("node");
+        QTest::addColumn<QString>("configuration");
+        QTest::addColumn<QByteArray>("wrongCheck"); // empty: the script as shipped
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QString>("row");
+        // The tests leave one function of each of the two units alone.
+        QTest::newRow("instrumented, the share of the unit's functions that ran is shown")
+            << "ControllerTest" << QString(plain()) + " (2)" << QByteArray() << 0
+            << "ControllerTest  GNU C native (x86_64 Linux) (2)  passed   6       0       80.0%";
+        QTest::newRow("a wrong expected value fails its node with the script's line")
+            << "Crc16Test" << QString(plain()) << QByteArray("0x29B2") << 2
+            << "Crc16Test  GNU C native (x86_64 Linux)  failed   5       1       -";
+    }
+    void oneTestNode()
     {
         const QString project = copySensor();
         QVERIFY(!project.isEmpty());
@@ -55,15 +78,14 @@ private slots:
             QFile file(script);
             QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(text) == text.size());
         }
-        // The failing case runs its own node alone, to keep the test short.
-        QStringList arguments {project, QStringLiteral("execute")};
-        if (!wrongCheck.isEmpty())
-            arguments << QStringLiteral("Crc16Test");
-        const BatchFixture::Run run = fixture.run(arguments, RecordingHost::stageDir());
+        QFETCH(QString, node);
+        QFETCH(QString, configuration);
+        const BatchFixture::Run run = fixture.run(
+            {QStringLiteral("--config"), configuration, project, QStringLiteral("execute"), node},
+            RecordingHost::stageDir());
         QTEST(run.status, "status");
-        QFETCH(QStringList, rows);
-        for (const QString& row : rows)
-            QVERIFY2(run.out.contains(row), qPrintable(run.out));
+        QFETCH(QString, row);
+        QVERIFY2(run.out.contains(row), qPrintable(run.out));
         if (!wrongCheck.isEmpty())
             QVERIFY2(run.err.contains(QLatin1String("crc16.ptu:11: crc16.the_standard_check_value: crc16(digits, 9) "
                                                     "Expected 10674 Was 10673")),

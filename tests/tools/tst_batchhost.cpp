@@ -8,10 +8,12 @@
 #include <QDirIterator>
 #include <QTest>
 
+#include <algorithm>
+
 namespace {
 
 // The bytes and times of every file below \a dir: a command that only reads
-// or builds must leave them as they were.
+// must leave them as they were, and a build all but its project.
 QMap<QString, QPair<QByteArray, QDateTime>> snapshot(const QString& dir)
 {
     QMap<QString, QPair<QByteArray, QDateTime>> files;
@@ -131,7 +133,7 @@ void tst_BatchHost::commands()
     QFETCH(QStringList, err);
     if (installation == QLatin1String("failing"))
         installation = fixture.installationWith(installation, {{"Group.pl", "print \"failing\\n\"; exit 1;\n"}});
-    const auto before = snapshot(fixture.work.path());
+    auto before = snapshot(fixture.work.path());
 
     const BatchFixture::Run result = run(arguments, installation);
     QVERIFY2(result.status == status, qPrintable(QStringLiteral("status %1\n%2%3").arg(result.status).arg(result.out, result.err)));
@@ -144,7 +146,18 @@ void tst_BatchHost::commands()
     }
     // The scripts keep standard output free; an error is one line.
     QVERIFY(!result.out.contains(QLatin1String("group: ")));
-    QVERIFY(snapshot(fixture.work.path()) == before);
+    // A build is written back into its project and sub-projects, and
+    // nothing else changes.
+    auto after = snapshot(fixture.work.path());
+    static const QStringList building {"build", "rebuild", "execute", "clean"};
+    if (std::any_of(arguments.begin(), arguments.end(), [](const QString& a) { return building.contains(a); })) {
+        for (auto* files : {&before, &after}) {
+            files->removeIf([](const auto& file) {
+                return file.key().endsWith(QLatin1String(".vmp")) || file.key().endsWith(QLatin1String(".inf"));
+            });
+        }
+    }
+    QVERIFY(after == before);
 }
 
 QTEST_GUILESS_MAIN(tst_BatchHost)

@@ -10,6 +10,8 @@
 #include <QTextStream>
 #include <QXmlStreamWriter>
 
+#include <algorithm>
+
 namespace {
 
 QString seconds(double value)
@@ -95,6 +97,35 @@ int BatchNodeRecord::passed() const
 int BatchNodeRecord::failed() const
 {
     return int(casesOf(*this).size()) - passed();
+}
+
+double BatchReport::readFunctionCoverage(const QString& path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return -1;
+    // DC "source" calls name: a function that several records name is
+    // reached when one of them says so.
+    QHash<QByteArray, bool> reached;
+    while (!file.atEnd()) {
+        const QByteArray line = file.readLine().trimmed();
+        if (!line.startsWith("DC \""))
+            continue;
+        const qsizetype close = line.indexOf('"', 4);
+        const QList<QByteArray> rest = close < 0 ? QList<QByteArray>() : line.mid(close + 1).simplified().split(' ');
+        if (rest.size() != 2)
+            continue;
+        bool number = false;
+        const qlonglong calls = rest.at(0).toLongLong(&number);
+        if (!number)
+            continue;
+        bool& each = reached[line.left(close + 1) + ' ' + rest.at(1)];
+        each = each || calls > 0;
+    }
+    if (reached.isEmpty())
+        return -1;
+    const auto ran = std::count(reached.cbegin(), reached.cend(), true);
+    return 100.0 * double(ran) / double(reached.size());
 }
 
 QList<BatchTestCase> BatchReport::readResultFile(const QString& path)

@@ -46,6 +46,10 @@ namespace BatchReport {
 
 /// The tests of the result file \a path; empty when it cannot be read.
 QList<BatchTestCase> readResultFile(const QString& path);
+/// The share in percent of the functions that ran at least once, by the
+/// "DC" records of the coverage file \a path (one for each function of the
+/// program's instrumented sources); negative when it has none.
+double readFunctionCoverage(const QString& path);
 
 /// The whole JUnit document for the ended test nodes among \a records: a
 /// suite per node, named by its path, and by its configuration too when

@@ -6,6 +6,7 @@
 #include "batchhost.h"
 #include "batchsession.h"
 #include "qastnode.h"
+#include "qastnodetest.h"
 #include "qastproject.h"
 
 #include <QDir>
@@ -37,6 +38,10 @@ bool BatchRunOptions::take(const QStringList& arguments, qsizetype& i, QString& 
     const qsizetype equals = argument.indexOf(QLatin1Char('='));
     const QString name = equals < 0 ? argument : argument.left(equals);
     static const QStringList withValue {"--junit", "--json", "--shard"};
+    if (argument == QLatin1String("--no-save")) {
+        save = false;
+        return true;
+    }
     if (name == QLatin1String("--dry-run")) {
         dryRun = true;
         if (equals >= 0)
@@ -84,6 +89,10 @@ BatchRun::BatchRun(BatchSession& session, QTextStream& out, const BatchRunOption
 BatchRun::~BatchRun()
 {
     delete _progress;
+    // The shard is this run's choice, not the document's, which may be
+    // saved after the run.
+    for (QAStNode* node : std::as_const(_leftOut))
+        node->setState(QAStNode::Included);
 }
 
 // FNV-1a of the path: the same on every machine and in every run, whatever
@@ -105,11 +114,13 @@ void BatchRun::selectShard(QAStNode* top)
         if (!node->inherits("QAStNodeTest") || node->effectiveState() != QAStNode::Included)
             continue;
         ++all;
-        // Left out as the user leaves a node out; the project is never saved.
-        if (shardOf(_session.pathOf(node), _options.shards) == _options.shard - 1)
+        // Left out as the user leaves a node out, until the run is over.
+        if (shardOf(_session.pathOf(node), _options.shards) == _options.shard - 1) {
             ++kept;
-        else
+        } else {
             node->setState(QAStNode::Excluded);
+            _leftOut << node;
+        }
     }
     _out << "shard " << _options.shard << '/' << _options.shards << ": " << kept << " of " << all
          << " test nodes\n";
@@ -155,6 +166,12 @@ BatchNodeRecord BatchRun::recordOf(QAStNode* node) const
     }
     if (record.test)
         record.tests = BatchReport::readResultFile(node->outFileName(QStringLiteral("XRD")));
+    // The coverage file is whole only when the stream has been read to its
+    // end, and it is this run's only when the run was followed: the file of
+    // an earlier run in another configuration may lie at the same place.
+    auto* test = qobject_cast<QAStNodeTest*>(node);
+    if (test && _session.finishFollowing(test))
+        record.functionCoverage = BatchReport::readFunctionCoverage(test->tioFile());
     return record;
 }
 

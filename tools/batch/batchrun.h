@@ -24,6 +24,8 @@ struct BatchRunOptions {
     int shard = 0, shards = 0;
     bool dryRun = false;
     QString dryRunDirectory;
+    /// The project is written back after the run, with what each step made.
+    bool save = true;
 
     /// Takes the option at \a i of \a arguments, and its value, moving \a i
     /// past what it took; false when the option is none of these. A bad
@@ -68,5 +70,7 @@ private:
     QList<BatchNodeRecord> _records;
     QHash<QAStNode*, QDateTime> _started;
     QList<QMetaObject::Connection> _connections;
+    /// The test nodes that the shard left out, taken back in at the end.
+    QList<QAStNode*> _leftOut;
     bool _severalConfigurations = false;
 };

@@ -124,6 +124,7 @@ int BatchSession::open(const QString& path, const QString& configuration)
     }
     if (!notes.isEmpty())
         _host.messages().log(notes);
+    _documentConfiguration = _project->currentConfigurationName();
     if (configuration.isNull())
         return ExitSuccess;
     const QStringList names = _project->initialConfigurations().keys();
@@ -133,7 +134,7 @@ int BatchSession::open(const QString& path, const QString& configuration)
         return ExitUsage;
     }
     // Not a change of the document: the run takes the configuration for
-    // itself, and nothing is saved.
+    // itself, and gives it back before the build is saved.
     _project->setCurrentConfiguration(configuration);
     return ExitSuccess;
 }
@@ -300,6 +301,18 @@ int BatchSession::clean(QAStNode* node)
     return ExitSuccess;
 }
 
+void BatchSession::saveBuildState()
+{
+    if (_project->currentConfigurationName() != _documentConfiguration)
+        _project->setCurrentConfiguration(_documentConfiguration);
+    _host.messages().hold();
+    const bool saved = _project->saveProcess();
+    const QString notes = _host.messages().release().simplified();
+    if (!saved)
+        reportError(QStringLiteral("the build was not recorded in %1, so the next run builds it again%2")
+                        .arg(_project->path(), notes.isEmpty() ? QString() : QStringLiteral(": ") + notes));
+}
+
 void BatchSession::watch(QAStNode* top)
 {
     QList<QAStNode*> pending {top};
@@ -329,6 +342,7 @@ void BatchSession::nodeFinished()
     if (!node || !_started.contains(node))
         return;
     const qint64 elapsed = _started.take(node).elapsed();
+    ++_endedNodes;
     _out << "end " << pathOf(node) << ": " << executionStatusName(node->executionStatus())
          << QStringLiteral(" (%1 s)").arg(elapsed / 1000.0, 0, 'f', 2) << '\n';
     _failedNodes += node->executionStatus() == QAStData::ExecutionFailed;
@@ -340,17 +354,21 @@ void BatchSession::nodeFinished()
 
 // The run is over: what the program still wrote is split before the files
 // are named, so that they are whole when the caller reads them.
-void BatchSession::finishFollowing(QAStNodeTest* test)
+bool BatchSession::finishFollowing(QAStNodeTest* test)
 {
-    if (test->splitSurvey())
+    if (test->splitSurvey()) {
         test->stopOnTheFlySurvey();
+        _followed.insert(test);
+    }
+    return _followed.contains(test);
 }
 
 int BatchSession::run(const QString& command, QAStNode* node)
 {
     watch(node);
     _running = node;
-    _failedNodes = _failedTests = 0;
+    _failedNodes = _failedTests = _endedNodes = 0;
+    _followed.clear();
     QElapsedTimer whole;
     whole.start();
     _out << command << ' ' << pathOf(node) << " in configuration " << quoted(node->currentConfigurationName())
@@ -370,7 +388,10 @@ int BatchSession::run(const QString& command, QAStNode* node)
         node->rebuild();
     else
         node->execute();
-    if (!finished && (QAStNode::isRunConnected() || node->isRunning())) {
+    // Every run ends with the node's end signal. An execution of nodes that
+    // are up to date starts no process: its walk goes on through queued
+    // calls alone, and must be waited for all the same.
+    if (!finished) {
         QEventLoop waiting;
         loop = &waiting;
         waiting.exec();
@@ -378,7 +399,13 @@ int BatchSession::run(const QString& command, QAStNode* node)
     }
     QCoreApplication::sendPostedEvents();
     disconnect(end);
-    const int status = node->executionStatus();
+    int status = node->executionStatus();
+    // A container's execution runs its children and leaves its own status
+    // as it was: what they ended with is the run's outcome.
+    if (status == QAStData::ExecutionNone && _endedNodes)
+        status = _failedNodes ? QAStData::ExecutionFailed
+            : _failedTests    ? QAStData::ExecutionTestFailed
+                              : QAStData::ExecutionSuccess;
     _out << command << ' ' << pathOf(node) << ": " << executionStatusName(status)
          << QStringLiteral(" (%1 s)").arg(whole.elapsed() / 1000.0, 0, 'f', 2);
     if (_failedNodes)

@@ -4,6 +4,7 @@
 #include <QHash>
 #include <QObject>
 #include <QPointer>
+#include <QSet>
 #include <QString>
 
 #include <memory>
@@ -25,9 +26,9 @@ enum BatchExit {
     ExitLoad = 5
 };
 
-/// One project opened in batch mode and the commands run on it. The session
-/// never saves: a project that a command only reads or builds stays on disk
-/// as it was.
+/// One project opened in batch mode and the commands run on it. A command
+/// that only reads the project leaves it on disk as it was; a build is
+/// written back with saveBuildState().
 class BatchSession : public QObject
 {
     Q_OBJECT
@@ -53,6 +54,12 @@ public:
     int settings(QAStNode* node);
     int env(QAStNode* node);
     int clean(QAStNode* node);
+    /// Writes the project back after a build, rebuild, execution or clean:
+    /// it records the files that each step made, by which the next run
+    /// knows what is up to date. The configuration that the run was given
+    /// is not the document's and is undone first. A failed write is
+    /// reported and changes nothing else: the run's own outcome stands.
+    void saveBuildState();
     /// Builds, rebuilds or executes \a node and waits for the end of the run.
     int run(const QString& command, QAStNode* node);
     static int ports(QTextStream& out);
@@ -67,20 +74,30 @@ public:
     /// runs for each running step, and then its process is killed.
     void stop();
 
+    /// Reads what the node's run-time stream still holds into its files,
+    /// and stops following it. Whether the stream of the node's run was
+    /// followed, also when an earlier call finished it.
+    bool finishFollowing(QAStNodeTest* test);
+
 private:
     void watch(QAStNode* top);
     void nodeStarted();
     void nodeFinished();
-    void finishFollowing(QAStNodeTest* test);
     QString originOf(const QAStNode* node, const QString& key) const;
 
     BatchHost& _host;
     QTextStream& _out;
     std::unique_ptr<QAStProject> _project;
+    /// The configuration the project was saved in.
+    QString _documentConfiguration;
     QPointer<QAStNode> _running;
     QHash<const QAStNode*, QElapsedTimer> _started;
     bool _stopping = false;
     /// Nodes of the run under way that ended failed, or with failed tests.
     int _failedNodes = 0;
     int _failedTests = 0;
+    /// Test nodes of the run under way whose stream was followed.
+    QSet<const QAStNodeTest*> _followed;
+    /// Nodes of the run under way that ended, whatever their status.
+    int _endedNodes = 0;
 };

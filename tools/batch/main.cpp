@@ -30,7 +30,7 @@ namespace {
 const char usage[] =
     "usage: velmont-batch [--config NAME] PROJECT COMMAND [NODE]\n"
     "       velmont-batch [--config A,B,...] [--junit FILE] [--json FILE] [--shard K/N]\n"
-    "                     [--dry-run[=DIR]] PROJECT build|rebuild|execute [NODE]\n"
+    "                     [--dry-run[=DIR]] [--no-save] PROJECT build|rebuild|execute [NODE]\n"
     "       velmont-batch [--config NAME] [--stroud N] PROJECT metrics FILE...\n"
     "       velmont-batch ports\n"
     "       velmont-batch plugins\n"
@@ -112,6 +112,8 @@ const char usage[] =
     "  --junit FILE       JUnit XML of the test nodes, rewritten as each ends\n"
     "  --json FILE        one JSON object per line for each node as it ends\n"
     "  --shard K/N        run only the K-th of N stable shares of the test nodes\n"
+    "  --no-save          leave the project file as it was after a build: the next\n"
+    "                     run then builds everything again\n"
     "  --dry-run[=DIR]    start no step: write the environment files of the steps\n"
     "                     and of every source into DIR/environment, and\n"
     "                     DIR/compile_commands.json (DIR: the project's directory)\n"
@@ -123,8 +125,10 @@ const char usage[] =
     "Exit status: 0 success, 1 failed build or execution, 2 failed test verdict,\n"
     "3 stopped, 4 usage error, 5 project or installation that cannot be loaded.\n"
     "A change that cannot be saved exits with 1 and leaves the former file whole.\n"
-    "The project file is written only by the commands that change it. Ctrl-C or\n"
-    "SIGTERM stops the run; a second one kills what is left at once.\n";
+    "The project file is written by the commands that change it, and after\n"
+    "build, rebuild, execute and clean, since it records what each step made:\n"
+    "the next run builds only what is out of date. Ctrl-C or SIGTERM stops the\n"
+    "run; a second one kills what is left at once.\n";
 
 struct Arguments {
     QString configuration;
@@ -290,11 +294,13 @@ int runCommand(BatchSession& session, const QString& command, const QStringList&
         return session.settings(node);
     if (command == QLatin1String("env"))
         return session.env(node);
-    if (command == QLatin1String("clean"))
-        return session.clean(node);
     if (command == QLatin1String("explain"))
         return BatchRun(session, out, options).explain(node);
-    return BatchRun(session, out, options).run(command, node);
+    const int status = command == QLatin1String("clean") ? session.clean(node)
+                                                          : BatchRun(session, out, options).run(command, node);
+    if (options.save && !options.dryRun)
+        session.saveBuildState();
+    return status;
 }
 
 // Loads the installation and the project, and runs the command on them; a

@@ -190,6 +190,15 @@ static NO_HOOK const char* skipBlanks(const char* text)
 
 static NO_HOOK void coverageLine(const char* line, char* source, size_t sourceSize, int* lastLine)
 {
+    /* "function NAME called N returned ...": every function of the source,
+     * also one that never ran, which the entry hook cannot tell. */
+    if (strncmp(line, "function ", 9) == 0) {
+        char name[1024];
+        long long calls = 0;
+        if (sscanf(line, "function %1023s called %lld", name, &calls) == 2)
+            record("DC \"%s\" %lld %s", source, calls, name);
+        return;
+    }
     if (strncmp(line, "branch", 6) == 0) {
         int index = 0;
         long long taken = 0;

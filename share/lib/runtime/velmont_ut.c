@@ -26,6 +26,11 @@
 #include <time.h>
 #include <unistd.h>
 
+/* Present when the unit is compiled for coverage (the coverage run-time
+ * library pulls it in): a test's child leaves by _exit, which writes no
+ * coverage data, so it writes its own before; the data files add up. */
+extern void __gcov_dump(void) __attribute__((weak));
+
 static FILE* failures;         /* the running test's failures, in the child */
 static const char* scriptFile; /* the script, for the messages */
 static volatile sig_atomic_t runningChild;
@@ -198,6 +203,8 @@ static int runTest(const vt_test* test, int limit, FILE* result)
         failures = record;
         alarm((unsigned)limit);
         test->run();
+        if (__gcov_dump)
+            __gcov_dump();
         /* A failure was written: the verdict is the parent's to give. */
         _exit(ftell(record) > 0 ? 1 : 0);
     }

@@ -18,7 +18,7 @@ use Text::ParseWords qw(shellwords);
 use Velmont::Compile qw(setting setting_list intermediate_dir);
 use Velmont::Env qw(load_environment);
 use Velmont::Port qw(read_port);
-use Velmont::Program qw(link_program run_program report_products);
+use Velmont::Program qw(link_program run_program report_products forget_coverage);
 
 my ($environment, $name) = @ARGV;
 die "usage: Application.pl ENVIRONMENT_FILE NAME\n" unless defined $name;
@@ -46,6 +46,7 @@ sub run {
         # The studio follows the file from its start: records of an earlier
         # run must not be read again.
         unlink $split;
+        forget_coverage(intermediate_dir());
         %variables = (VELMONT_SPLIT_FILE => $split, VELMONT_RT_MODES => join('', @modes),
                       VELMONT_COVERAGE_DIR => intermediate_dir());
         report_products('SPT', $split);

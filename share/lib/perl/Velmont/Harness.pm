@@ -121,6 +121,8 @@ sub run_harness {
         open($stream, '>>', $split) or die "cannot append to the split file $split: $!\n";
         $stream->autoflush(1);
         $ENV{VELMONT_SPLIT_FILE} = File::Spec->rel2abs($split);
+        $ENV{VELMONT_COVERAGE_DIR} = intermediate_dir();
+        Velmont::Program::forget_coverage(intermediate_dir());
     }
     local $| = 1;
     my $pid = open(my $out, '-|') // die "cannot start $program: $!\n";

@@ -15,6 +15,10 @@ package Velmont::Program;
 #       with its whole process group after TIME_LIMIT seconds when that is
 #       positive. The program's status; 1 with a message when it was killed
 #       by a signal, ran too long, or could not start.
+#   forget_coverage(DIRECTORY)
+#       deletes the coverage data (.gcda) of the objects in DIRECTORY, so
+#       that the coverage a run reports is its own: gcc adds each run's
+#       counts to the data that it finds.
 #   report_products(TYPE, FILES)
 #       appends each file to the log of produced files and names it on the
 #       console, so that the user sees where the step left it.
@@ -27,13 +31,14 @@ use Exporter 'import';
 use Config;
 use File::Basename qw(dirname basename);
 use File::Path qw(make_path);
+use File::Spec;
 use POSIX qw(:sys_wait_h);
 use Text::ParseWords qw(shellwords);
 use Velmont::Compile qw(setting setting_list);
 use Velmont::Log qw(log_file);
 use Velmont::Run qw(run_tool);
 
-our @EXPORT_OK = qw(link_program archive_library run_program report_products is_runtime_object);
+our @EXPORT_OK = qw(link_program archive_library run_program report_products is_runtime_object forget_coverage);
 
 # An object of the run-time library that Source.pl compiled beside the
 # instrumented objects.
@@ -94,6 +99,13 @@ sub signal_name {
     my ($number) = @_;
     my @names = split ' ', $Config{sig_name} // '';
     return defined $names[$number] ? "SIG$names[$number]" : "signal $number";
+}
+
+sub forget_coverage {
+    my ($dir) = @_;
+    opendir(my $listing, $dir) or return;
+    unlink map { File::Spec->catfile($dir, $_) } grep { /\.gcda$/ } readdir($listing);
+    closedir($listing);
 }
 
 sub run_program {
