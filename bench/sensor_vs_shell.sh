@@ -46,6 +46,7 @@ echo "== from nothing: velmont-batch execute against the shell script"
 farm-bench -n "$runs" --timeout 900 \
     --vs "sh $work/shell.sh" \
     -- sh -c "rm -rf '$work/a/gnu_c_native' '$work/a/sensor.inf' && exec '$batch' '$work/a/sensor.vmp' execute"
-echo "== up to date: velmont-batch build after a build"
+echo "== up to date: velmont-batch build, and execute, after a build"
 "$batch" "$work/a/sensor.vmp" build > /dev/null 2>&1
 farm-bench -n "$runs" --timeout 900 -- "$batch" "$work/a/sensor.vmp" build
+farm-bench -n "$runs" --timeout 900 -- "$batch" "$work/a/sensor.vmp" execute
