@@ -108,10 +108,14 @@ void writeProgramLists(QAStNode* node, QTextStream& stream)
     }
     QList<QAStData*> holders = node->childrenOfClass("QAStNodeTestScript", true);
     holders += node->childrenOfClass("QAStNodeLink", true);
-    if (holders.isEmpty())
-        return;
-    files.clear();
-    for (QAStData* holder : std::as_const(holders)) {
+    if (!holders.isEmpty())
+        writeObjectTestList(node, holders, stream);
+}
+
+void writeObjectTestList(QAStNode* node, const QList<QAStData*>& holders, QTextStream& stream)
+{
+    QStringList files;
+    for (QAStData* holder : holders) {
         if (QAStNode* each = QAStNode::toNode(holder))
             each->outFileNames(QStringLiteral("OTI"), files);
     }

@@ -4,6 +4,7 @@
 #include <QString>
 #include <QStringList>
 
+class QAStData;
 class QAStNode;
 class QTextStream;
 
@@ -40,6 +41,10 @@ void writeProgramLists(QAStNode* node, QTextStream& stream);
 /// The filters of a file dialog that adds sources to \a node: those of its
 /// language first.
 QStringList fileFilters(const QAStNode* node);
+
+/// "@OTIFILES=(...)": the object-test information files that \a holders
+/// (test scripts, links) record, relative to \a node.
+void writeObjectTestList(QAStNode* node, const QList<QAStData*>& holders, QTextStream& stream);
 
 /// "@NAME=(" the quoted paths joined by \a separator ");\n".
 void writePerlList(QTextStream& stream, const char* name, const QStringList& paths,

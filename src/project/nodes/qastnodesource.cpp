@@ -1,8 +1,8 @@
 #include "qastnodesource.h"
 
+#include "programnode_p.h"
 #include "qapropertyattrcomboint.h"
 #include "qapropertygroup.h"
-#include "qastperlgen.h"
 
 #include <QDomElement>
 #include <QTextStream>
@@ -105,16 +105,7 @@ void QAStNodeSource::writeObjectTestFiles(QTextStream& stream)
     const bool objectTest = qstrcmp(up->metaObject()->className(), "QAStNodeObjectTesting") == 0;
     if (!objectTest && scripts.isEmpty())
         return;
-    QStringList files;
-    for (QAStData* script : scripts) {
-        if (QAStNode* node = toNode(script))
-            node->outFileNames(QStringLiteral("OTI"), files);
-    }
-    determineRelativePathFiles(files);
-    QStringList quoted;
-    for (const QString& file : std::as_const(files))
-        quoted << QLatin1Char('\'') + QAStPerlGen::perlQuoted(file) + QLatin1Char('\'');
-    stream << "@OTIFILES=(" << quoted.join(QLatin1Char(',')) << ");\n";
+    ProgramNode::writeObjectTestList(this, scripts, stream);
 }
 
 QAPropertyGroup* QAStNodeSource::propertyGroup()

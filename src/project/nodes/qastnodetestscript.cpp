@@ -7,6 +7,7 @@
 #include "qaresstring.h"
 #include "qastconfiguration.h"
 #include "qastnodesource.h"
+#include "programnode_p.h"
 #include "qastperlgen.h"
 #include "qastprojectpref.h"
 #include "qatrace.h"
@@ -206,16 +207,7 @@ void QAStNodeTestScript::writeObjectTestFiles(QTextStream& stream)
     QAStData* up = parent();
     if (!up || !up->inherits("QAStNodeObjectTesting"))
         return;
-    QStringList files;
-    for (QAStData* script : up->childrenOfClass("QAStNodeTestScript", false)) {
-        if (QAStNode* node = toNode(script))
-            node->outFileNames(QStringLiteral("OTI"), files);
-    }
-    determineRelativePathFiles(files);
-    QStringList quoted;
-    for (const QString& file : std::as_const(files))
-        quoted << QLatin1Char('\'') + QAStPerlGen::perlQuoted(file) + QLatin1Char('\'');
-    stream << "@OTIFILES=(" << quoted.join(QLatin1Char(',')) << ");\n";
+    ProgramNode::writeObjectTestList(this, up->childrenOfClass("QAStNodeTestScript", false), stream);
 }
 
 // A changed object-test contract makes the sources behind the script that
