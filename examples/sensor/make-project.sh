@@ -28,8 +28,14 @@ for unit in ringbuf crc16 controller; do
     "$batch" sensor.vmp add unit-testing . "$node"
     "$batch" sensor.vmp add test-script "$node" "tests/$unit.ptu"
     "$batch" sensor.vmp add source "$node" "src/$unit.c"
+    # Each test node compiles the unit in a directory of its own: the
+    # library's objects of the same sources are not its to share.
+    "$batch" sensor.vmp set "$node" intdir "gnu_c_native/$node" --config "$plain"
+    "$batch" sensor.vmp set "$node" intdir "gnu_c_native_instrumented/$node" --config "$instrumented"
 done
 # The controller's filter is part of the unit it tests.
 "$batch" sensor.vmp add source ControllerTest src/filter.c
-# The files name the installation that made them; the example opens with any.
-sed -i -e 's|SYSTEM "[^"]*/lib/project.dtd"|SYSTEM "./lib/project.dtd"|' -e '/<targetFullPath>/d' sensor.vmp sensor.inf
+# The files name the installation and the directory that made them; the
+# example opens with any, wherever it is copied.
+sed -i -e 's|SYSTEM "[^"]*/lib/project.dtd"|SYSTEM "./lib/project.dtd"|' -e '/<targetFullPath>/d' \
+    -e "s|<filepath>$(pwd)/|<filepath>./|" sensor.vmp sensor.inf

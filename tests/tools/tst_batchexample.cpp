@@ -16,7 +16,7 @@ class tst_BatchExample : public QObject
     {
         const QString from = QStringLiteral(SDK_EXAMPLES_DIR "/sensor");
         QDir(fixture.path(QStringLiteral("sensor"))).removeRecursively();
-        for (QDirIterator it(from, {QStringLiteral("*.c"), QStringLiteral("*.h"), QStringLiteral("*.ptu"),
+        for (QDirIterator it(from, {QStringLiteral("*.c"), QStringLiteral("*.h"), QStringLiteral("*.ptu"), QStringLiteral("*.inf"),
                                     QStringLiteral("*.vmp")},
                              QDir::Files, QDirIterator::Subdirectories);
              it.hasNext();) {

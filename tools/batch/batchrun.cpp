@@ -181,6 +181,12 @@ void BatchRun::ended(QAStNode* node)
     // an ancestor's status as a run begins.
     if (!_started.contains(node))
         return;
+    // A source that an execution passes through, after its build or when up
+    // to date, has no step to run and ends as it was: it is no run to report.
+    if (node->executionStatus() == QAStData::ExecutionNone && !node->inherits("QAStNodeTest")) {
+        _started.remove(node);
+        return;
+    }
     _records.append(recordOf(node));
     _started.remove(node);
     if (_json.isOpen()) {

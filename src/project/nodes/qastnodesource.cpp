@@ -3,12 +3,48 @@
 #include "programnode_p.h"
 #include "qapropertyattrcomboint.h"
 #include "qapropertygroup.h"
+#include "qastfile.h"
 
+#include <QDir>
 #include <QDomElement>
+#include <QFile>
 #include <QTextStream>
 
 namespace {
 const int JavaLanguage = 8;
+
+// The prerequisites of the first rule of a make file as a compiler writes it
+// ("target: first second \" and on): a blank inside a name comes as "\ ",
+// a dollar as "$$".
+QStringList prerequisites(const QString& path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    QString text = QString::fromLocal8Bit(file.readAll());
+    text.replace(QLatin1String("\\\n"), QLatin1String(" "));
+    const qsizetype colon = text.indexOf(QLatin1String(": "));
+    if (colon < 0)
+        return {};
+    const QString rule = text.mid(colon + 2).section(QLatin1Char('\n'), 0, 0);
+    QStringList names;
+    QString name;
+    for (qsizetype i = 0; i <= rule.size(); ++i) {
+        const QChar c = i < rule.size() ? rule.at(i) : QChar(QLatin1Char(' '));
+        const QChar next = i + 1 < rule.size() ? rule.at(i + 1) : QChar();
+        if ((c == QLatin1Char('\\') && next == QLatin1Char(' ')) || (c == QLatin1Char('$') && next == c)) {
+            name += next;
+            ++i;
+        } else if (!c.isSpace()) {
+            name += c;
+        } else if (!name.isEmpty()) {
+            names << name;
+            name.clear();
+        }
+    }
+    return names;
+}
+
 } // namespace
 
 QAStNodeSource::QAStNodeSource(const QString& key, QAStData* parent, QAStData* after)
@@ -106,6 +142,34 @@ void QAStNodeSource::writeObjectTestFiles(QTextStream& stream)
     if (!objectTest && scripts.isEmpty())
         return;
     ProgramNode::writeObjectTestList(this, scripts, stream);
+}
+
+void QAStNodeSource::buildFinishEvent()
+{
+    QAStNodeFileRef::buildFinishEvent();
+    if (executionStatus() == ExecutionSuccess)
+        takeDependencies();
+}
+
+// A compile reports the headers it read as a make rule: they become the
+// file's dependencies, from which the next build knows that the object is
+// older than one of them. A rule that cannot be read leaves those known.
+void QAStNodeSource::takeDependencies()
+{
+    QAStFile* source = file();
+    const QString rule = outFileName(QStringLiteral("DEP"));
+    if (!source || rule.isEmpty())
+        return;
+    const QStringList names = prerequisites(rule);
+    if (names.isEmpty())
+        return;
+    const QString self = QDir::cleanPath(absolutePath());
+    source->clearDependencies();
+    for (const QString& name : names) {
+        const QString path = QDir::cleanPath(determineAbsolutePathFile(name));
+        if (path != self)
+            source->addDependency(path);
+    }
 }
 
 QAPropertyGroup* QAStNodeSource::propertyGroup()

@@ -21,6 +21,7 @@ public:
     void generateEnv(QTextStream& stream) override;
     QAPropertyGroup* propertyGroup() override;
     unsigned int settingsMask() const override;
+    void buildFinishEvent() override;
 
     bool integratedSource() const { return _mode.get() == Integrated; }
     Mode mode() const { return static_cast<Mode>(_mode.get()); }
@@ -31,6 +32,7 @@ public slots:
     void propertyModified(QAProperty* property) override;
 
 private:
+    void takeDependencies();
     void initGlobal();
     void init(const QDomElement& element, int version);
     void init(QARes* resources);

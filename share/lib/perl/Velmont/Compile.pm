@@ -6,7 +6,7 @@ package Velmont::Compile;
 use strict;
 use warnings;
 use Exporter 'import';
-use File::Basename qw(fileparse);
+use File::Basename qw(basename fileparse);
 use File::Path qw(make_path);
 use File::Spec;
 use Text::ParseWords qw(shellwords);
@@ -136,9 +136,18 @@ sub compile_source {
     my @instrumentation = instrumentation_flags();
     # An object of an earlier run must not pass for this one's.
     unlink $object;
-    my $status = run_tool(@command);
+    # The headers that the compile read, as a make rule: the studio takes
+    # them for the source's dependencies, which decide the next build.
+    my @rule;
+    (my $rule = $object) =~ s/\.[^.\/]*$/.d/;
+    if (basename($port->{COMPILER}) =~ /(?:gcc|g\+\+|clang|clang\+\+|\bcc|c\+\+)(?:-[\d.]+)?$/) {
+        unlink $rule;
+        @rule = ('-MMD', '-MF', $rule);
+    }
+    my $status = run_tool(@command, @rule);
     return $status if $status;
     log_file('OBJ', $object);
+    log_file('DEP', $rule) if @rule && -f $rule;
     my $coverage = grep { $_ eq '--coverage' } @instrumentation;
     if ($coverage) {
         (my $notes = $object) =~ s/\.[^.\/]*$/.gcno/;
