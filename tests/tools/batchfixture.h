@@ -1,5 +1,6 @@
 #pragma once
 
+#include "projectfiles.h"
 #include "recordinghost.h"
 
 #include <QDirIterator>
@@ -20,11 +21,7 @@ struct BatchFixture {
 
     QString path(const QString& name) const { return work.filePath(name); }
     /// The bytes of a file; empty when it cannot be read.
-    static QByteArray contents(const QString& path)
-    {
-        QFile file(path);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    }
+    static QByteArray contents(const QString& path) { return readFile(path); }
     /// The file that the variable BATCH_TEST_FILE names for the scripts.
     QString scriptFile() const { return path(QStringLiteral("batch-test-file")); }
 

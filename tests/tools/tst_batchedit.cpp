@@ -133,11 +133,8 @@ class tst_BatchEdit : public QObject
     }
     bool makeBase(const QString& dir)
     {
-        for (const char* name : {"/src/a.c", "/src/b.c"}) {
-            QFile file(dir + QLatin1String(name));
-            if (!QDir().mkpath(dir + QStringLiteral("/src")) || !file.open(QIODevice::WriteOnly) || file.write("int x;\n") < 0)
-                return false;
-        }
+        if (!writeFile(dir + QStringLiteral("/src/a.c"), "int x;\n") || !writeFile(dir + QStringLiteral("/src/b.c"), "int x;\n"))
+            return false;
         QAStProject project(dir + QStringLiteral("/base.vmp"));
         for (const char* name : {"Native C", "Other"}) {
             project.addConfiguration(QLatin1String(name));

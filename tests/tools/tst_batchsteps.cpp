@@ -20,9 +20,8 @@ const char hangingStop[] = "$SIG{TERM} = 'IGNORE';\n"
 
 QList<qint64> pidsIn(const QString& path)
 {
-    QFile file(path);
     QList<qint64> pids;
-    for (const QByteArray& pid : (file.open(QIODevice::ReadOnly) ? file.readAll().simplified() : QByteArray()).split(' '))
+    for (const QByteArray& pid : readFile(path).simplified().split(' '))
         if (!pid.isEmpty())
             pids << pid.toLongLong();
     return pids;

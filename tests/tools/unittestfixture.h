@@ -25,17 +25,16 @@ struct UnitTestFixture : BatchFixture {
     }
     bool edit(const QString& name, const Edits& edits) const
     {
-        QFile file(path(QStringLiteral("unittest/") + name));
-        if (!file.open(QIODevice::ReadOnly))
+        const QString file = path(QStringLiteral("unittest/") + name);
+        QString text = QString::fromUtf8(readFile(file));
+        if (text.isEmpty())
             return false;
-        QString text = QString::fromUtf8(file.readAll());
-        file.close();
         for (const auto& [before, after] : edits) {
             if (!text.contains(before))
                 return false;
             text.replace(before, after);
         }
-        return file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(text.toUtf8()) >= 0;
+        return writeFile(file, text.toUtf8());
     }
     /// "service.test verdict" of each test of the node's report, each
     /// followed by its failures as "variable expected obtained line".
