@@ -1,4 +1,5 @@
 #include "batchfixture.h"
+#include "testshare.h"
 #include "qastconfiguration.h"
 #include "qastdatafactory.h"
 #include "qastfile.h"
@@ -76,7 +77,12 @@ QList<Row> rows()
             break;
         }
     }
-    return list;
+    QList<Row> share;
+    for (qsizetype i = 0; i < list.size(); ++i) {
+        if (inThisShare(i))
+            share.append(list.at(i));
+    }
+    return share;
 }
 
 // Each node with its kind, in tree order, and its own settings in each

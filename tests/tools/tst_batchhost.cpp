@@ -1,4 +1,5 @@
 #include "batchfixture.h"
+#include "testshare.h"
 #include "qastconfiguration.h"
 #include "qastnodegroup.h"
 #include "qastproject.h"
@@ -25,8 +26,8 @@ QMap<QString, QPair<QByteArray, QDateTime>> snapshotWithTimes(const QString& dir
 
 } // namespace
 
-// The commands that only read run here; those that build or run steps are
-// tst_batchhostbuilds, the same file beside this one.
+// The commands that only read run here, half of them in tst_batchhost2; those
+// that build or run steps are tst_batchhostbuilds, the same file beside this one.
 class tst_BatchHost : public QObject
 {
     Q_OBJECT
@@ -91,9 +92,11 @@ void tst_BatchHost::commands_data()
     QTest::addColumn<int>("status");
     QTest::addColumn<QStringList>("out");
     QTest::addColumn<QStringList>("err");
-    const auto row = [](const char* tag, const QStringList& arguments, int status, const QStringList& out,
-                        const QStringList& err = {}, const char* installation = "") {
-        QTest::newRow(tag) << arguments << QString::fromLatin1(installation) << status << out << err;
+    int index = 0;
+    const auto row = [&index](const char* tag, const QStringList& arguments, int status, const QStringList& out,
+                              const QStringList& err = {}, const char* installation = "") {
+        if (inThisShare(index++))
+            QTest::newRow(tag) << arguments << QString::fromLatin1(installation) << status << out << err;
     };
 #ifndef SDK_BATCHHOST_BUILDS
     row("the tree gives each node's kind, state and last status", {"@P", "tree"}, 0,
