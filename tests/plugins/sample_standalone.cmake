@@ -24,8 +24,10 @@ foreach(installed IN LISTS sample_files)
 endforeach()
 # The folder is copied, so that nothing of the libsdk tree around it helps.
 file(COPY "${SOURCE_DIR}/" DESTINATION "${WORK_DIR}/filecheck")
+# One unit of the plug-in's sources: its headers are the installed ones all
+# the same, and the build inside the tree already compiles each file alone.
 run(${CMAKE_COMMAND} -S "${WORK_DIR}/filecheck" -B "${WORK_DIR}/build" -G "${GENERATOR}"
-    "-DCMAKE_PREFIX_PATH=${prefix}")
+    "-DCMAKE_PREFIX_PATH=${prefix}" -DCMAKE_UNITY_BUILD=ON)
 run(${CMAKE_COMMAND} --build "${WORK_DIR}/build")
 run(${CMAKE_COMMAND} --install "${WORK_DIR}/build" --prefix "${prefix}")
 foreach(installed IN LISTS sample_files)
