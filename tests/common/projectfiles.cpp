@@ -33,6 +33,16 @@ bool touchFile(const QString& path, int secondsFromNow)
     return setModified(path, QDateTime::currentDateTime().addSecs(secondsFromNow));
 }
 
+bool copyTree(const QString& from, const QString& to)
+{
+    for (QDirIterator it(from, QDir::Files, QDirIterator::Subdirectories); it.hasNext();) {
+        const QString copy = to + it.next().mid(from.size());
+        if (!QDir().mkpath(QFileInfo(copy).path()) || !QFile::copy(it.filePath(), copy))
+            return false;
+    }
+    return true;
+}
+
 QByteArray readFile(const QString& path)
 {
     QFile file(path);

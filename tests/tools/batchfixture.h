@@ -28,13 +28,8 @@ struct BatchFixture {
     /// Copies the first example into \a name; the copy's project file.
     QString copyExample(const QString& name) const
     {
-        const QString from = QStringLiteral(SDK_EXAMPLES_DIR "/first");
-        for (QDirIterator it(from, QDir::Files, QDirIterator::Subdirectories); it.hasNext();) {
-            const QString copy = path(name) + it.next().mid(from.size());
-            if (!QDir().mkpath(QFileInfo(copy).path()) || !QFile::copy(it.filePath(), copy))
-                return QString();
-        }
-        return path(name) + QStringLiteral("/first.vmp");
+        return copyTree(QStringLiteral(SDK_EXAMPLES_DIR "/first"), path(name)) ? path(name) + QStringLiteral("/first.vmp")
+                                                                               : QString();
     }
     /// An installation linking the staged one, with \a scripts (a name and
     /// its text) in place of the staged scripts, and without ports unless

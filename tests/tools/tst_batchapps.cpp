@@ -14,13 +14,9 @@ class tst_BatchApps : public QObject
     // A fresh copy of the project; its project file.
     QString copyProject(const QString& name)
     {
-        const QString from = QStringLiteral(SDK_TESTDATA_DIR "/apps");
-        for (QDirIterator it(from, QDir::Files, QDirIterator::Subdirectories); it.hasNext();) {
-            const QString copy = fixture.path(name) + it.next().mid(from.size());
-            if (!QDir().mkpath(QFileInfo(copy).path()) || !QFile::copy(it.filePath(), copy))
-                return QString();
-        }
-        return fixture.path(name + QStringLiteral("/apps.vmp"));
+        return copyTree(QStringLiteral(SDK_TESTDATA_DIR "/apps"), fixture.path(name))
+            ? fixture.path(name + QStringLiteral("/apps.vmp"))
+            : QString();
     }
     // The file that the host names on an "output NODE TYPE FILE" line.
     static QString output(const QString& out, const QString& type)

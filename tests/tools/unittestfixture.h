@@ -13,13 +13,8 @@ struct UnitTestFixture : BatchFixture {
     /// project file, or a null string when an edit found nothing to replace.
     QString copy(const Edits& scriptEdits, const Edits& projectEdits = Edits()) const
     {
-        const QString from = QStringLiteral(SDK_TESTDATA_DIR "/unittest");
-        for (QDirIterator it(from, QDir::Files, QDirIterator::Subdirectories); it.hasNext();) {
-            const QString target = path(QStringLiteral("unittest")) + it.next().mid(from.size());
-            if (!QDir().mkpath(QFileInfo(target).path()) || !QFile::copy(it.filePath(), target))
-                return QString();
-        }
-        if (!edit(QStringLiteral("src/ring.ptu"), scriptEdits) || !edit(QStringLiteral("unittest.vmp"), projectEdits))
+        if (!copyTree(QStringLiteral(SDK_TESTDATA_DIR "/unittest"), path(QStringLiteral("unittest")))
+            || !edit(QStringLiteral("src/ring.ptu"), scriptEdits) || !edit(QStringLiteral("unittest.vmp"), projectEdits))
             return QString();
         return path(QStringLiteral("unittest/unittest.vmp"));
     }
