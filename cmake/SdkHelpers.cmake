@@ -26,21 +26,28 @@ function(sdk_add_sources)
   endforeach()
 endfunction()
 
-# sdk_add_test(tst_name [SOURCES extra.cpp] [LIBS extra] [TIMEOUT s] [GUI])
-# One QtTest executable per behaviour, run headless by CTest.
+# sdk_add_test(tst_name [SOURCES extra.cpp] [LIBS extra] [TIMEOUT s] [GUI]
+#              [FROM tst_other.cpp DEFINES NAME...])
+# One QtTest executable per behaviour, run headless by CTest. FROM builds the
+# test from another test's file, with DEFINES selecting its share of the
+# slots, so that a long program runs as two beside each other.
 function(sdk_add_test name)
-  cmake_parse_arguments(ARG "GUI" "TIMEOUT" "SOURCES;LIBS" ${ARGN})
+  cmake_parse_arguments(ARG "GUI" "TIMEOUT;FROM" "SOURCES;LIBS;DEFINES" ${ARGN})
   _sdk_reject_unparsed(sdk_add_test ${ARG_UNPARSED_ARGUMENTS})
   if(NOT name MATCHES "^tst_")
     message(FATAL_ERROR "sdk_add_test: test names begin with tst_: ${name}")
   endif()
-  if(NOT EXISTS "${CMAKE_CURRENT_SOURCE_DIR}/${name}.cpp")
-    message(FATAL_ERROR "sdk_add_test: no such file ${name}.cpp")
+  if(NOT ARG_FROM)
+    set(ARG_FROM ${name}.cpp)
+  endif()
+  if(NOT EXISTS "${CMAKE_CURRENT_SOURCE_DIR}/${ARG_FROM}")
+    message(FATAL_ERROR "sdk_add_test: no such file ${ARG_FROM}")
   endif()
   if(NOT ARG_TIMEOUT)
     set(ARG_TIMEOUT 30)
   endif()
-  add_executable(${name} ${name}.cpp ${ARG_SOURCES})
+  add_executable(${name} ${ARG_FROM} ${ARG_SOURCES})
+  target_compile_definitions(${name} PRIVATE ${ARG_DEFINES})
   target_link_libraries(${name} PRIVATE sdk sdk_testcommon Qt6::Test ${ARG_LIBS})
   add_test(NAME ${name} COMMAND ${name})
   set_tests_properties(${name} PROPERTIES

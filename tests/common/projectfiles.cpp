@@ -1,10 +1,12 @@
 #include "projectfiles.h"
 
 #include <QCryptographicHash>
+#include <QDateTime>
 #include <QDir>
 #include <QDirIterator>
 #include <QDomDocument>
 #include <QFile>
+#include <QFileInfo>
 #include <QTextStream>
 
 #include <algorithm>
@@ -14,8 +16,31 @@
 
 bool writeFile(const QString& path, const QByteArray& bytes)
 {
+    QDir().mkpath(QFileInfo(path).path());
     QFile file(path);
     return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
+}
+
+bool setModified(const QString& path, const QDateTime& time)
+{
+    QDir().mkpath(QFileInfo(path).path());
+    QFile file(path);
+    return file.open(QIODevice::ReadWrite) && file.setFileTime(time, QFileDevice::FileModificationTime);
+}
+
+bool touchFile(const QString& path, int secondsFromNow)
+{
+    return setModified(path, QDateTime::currentDateTime().addSecs(secondsFromNow));
+}
+
+bool copyTree(const QString& from, const QString& to)
+{
+    for (QDirIterator it(from, QDir::Files, QDirIterator::Subdirectories); it.hasNext();) {
+        const QString copy = to + it.next().mid(from.size());
+        if (!QDir().mkpath(QFileInfo(copy).path()) || !QFile::copy(it.filePath(), copy))
+            return false;
+    }
+    return true;
 }
 
 QByteArray readFile(const QString& path)

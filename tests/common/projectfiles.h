@@ -6,11 +6,20 @@
 
 #include <functional>
 
+class QDateTime;
 class QDomDocument;
 
-/// Writes \a bytes to \a path, replacing what was there; false when the file
-/// could not be written.
+/// Writes \a bytes to \a path, replacing what was there and making the
+/// directories on the way; false when the file could not be written.
 bool writeFile(const QString& path, const QByteArray& bytes);
+/// Sets the modification time of \a path, made empty with its directories
+/// when missing; false when it could not be set.
+bool setModified(const QString& path, const QDateTime& time);
+/// The same at \a secondsFromNow: a file older or newer than what is built now.
+bool touchFile(const QString& path, int secondsFromNow);
+/// Copies every file below \a from to the same place below \a to, making
+/// the directories; false at the first file that could not be copied.
+bool copyTree(const QString& from, const QString& to);
 /// The bytes of \a path, empty when it cannot be read.
 QByteArray readFile(const QString& path);
 /// Every file below \a dir with a digest of its bytes: what a failed attempt

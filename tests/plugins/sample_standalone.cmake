@@ -1,31 +1,20 @@
 # Installs the built library into a fresh prefix, then builds the sample
 # plug-in from its folder alone against the installed package, as a plug-in
 # writer who copied the folder does, and installs it into that prefix.
-foreach(var BUILD_DIR WORK_DIR SOURCE_DIR GENERATOR)
-  if(NOT DEFINED ${var})
-    message(FATAL_ERROR "sample_standalone.cmake: ${var} is not set")
-  endif()
-endforeach()
-file(REMOVE_RECURSE "${WORK_DIR}")
-set(prefix "${WORK_DIR}/prefix")
-
-macro(run)
-  execute_process(COMMAND ${ARGN} RESULT_VARIABLE rc OUTPUT_VARIABLE out ERROR_VARIABLE err)
-  if(NOT rc EQUAL 0)
-    message(FATAL_ERROR "failed (${rc}): ${ARGN}\n${out}\n${err}")
-  endif()
-endmacro()
+set(required SOURCE_DIR GENERATOR)
+include("${CMAKE_CURRENT_LIST_DIR}/../install/freshprefix.cmake")
 
 set(sample_files share/velmont/plugins/nodes/libfilecheck.so share/velmont/lib/scripts/FileCheck.pl)
-run(${CMAKE_COMMAND} --install "${BUILD_DIR}" --prefix "${prefix}")
 # The project's own install brought the sample too; the copy must bring it again.
 foreach(installed IN LISTS sample_files)
   file(REMOVE "${prefix}/${installed}")
 endforeach()
 # The folder is copied, so that nothing of the libsdk tree around it helps.
 file(COPY "${SOURCE_DIR}/" DESTINATION "${WORK_DIR}/filecheck")
+# One unit of the plug-in's sources: its headers are the installed ones all
+# the same, and the build inside the tree already compiles each file alone.
 run(${CMAKE_COMMAND} -S "${WORK_DIR}/filecheck" -B "${WORK_DIR}/build" -G "${GENERATOR}"
-    "-DCMAKE_PREFIX_PATH=${prefix}")
+    "-DCMAKE_PREFIX_PATH=${prefix}" -DCMAKE_UNITY_BUILD=ON)
 run(${CMAKE_COMMAND} --build "${WORK_DIR}/build")
 run(${CMAKE_COMMAND} --install "${WORK_DIR}/build" --prefix "${prefix}")
 foreach(installed IN LISTS sample_files)

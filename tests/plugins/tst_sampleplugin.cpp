@@ -14,7 +14,6 @@
 #include "recordinghost.h"
 #include "testdata.h"
 
-#include <QDirIterator>
 #include <QDomDocument>
 #include <QProcess>
 #include <QSignalSpy>
@@ -40,16 +39,6 @@ QString textOf(const QAStUnknownElement::Text& text)
     text.write(stream, 0);
     stream.flush();
     return written;
-}
-
-bool copyTree(const QString& from, const QString& to)
-{
-    for (QDirIterator it(from, QDir::Files, QDirIterator::Subdirectories); it.hasNext();) {
-        const QString copy = to + it.next().mid(from.size());
-        if (!QDir().mkpath(QFileInfo(copy).path()) || !QFile::copy(it.filePath(), copy))
-            return false;
-    }
-    return true;
 }
 
 const char factoryPending[] = "the factory does not ask the plug-in registry for unknown element names yet";

@@ -11,7 +11,6 @@
 #include "qastunknownelement.h"
 #include "recordinghost.h"
 
-#include <QDirIterator>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -37,11 +36,7 @@ private slots:
     {
         QVERIFY(host.initializeLibrary());
         QVERIFY(QAStNodePluginCenter::nodePluginCenter()->featureList(IID_ConfigurationBlock).isEmpty());
-        const QString from = QStringLiteral(SDK_EXAMPLES_DIR "/filecheck");
-        for (QDirIterator it(from, QDir::Files, QDirIterator::Subdirectories); it.hasNext();) {
-            const QString copy = work.path() + it.next().mid(from.size());
-            QVERIFY(QDir().mkpath(QFileInfo(copy).path()) && QFile::copy(it.filePath(), copy));
-        }
+        QVERIFY(copyTree(QStringLiteral(SDK_EXAMPLES_DIR "/filecheck"), work.path()));
     }
 
     void cleanupTestCase()

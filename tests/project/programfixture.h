@@ -6,6 +6,7 @@
 #include "qastnodelink.h"
 #include "qastnodesource.h"
 #include "qastproject.h"
+#include "projectfiles.h"
 #include "recordinghost.h"
 
 #include <QDirIterator>
@@ -26,14 +27,17 @@ struct ProgramFixture {
     QString path(const QString& name) const { return dir->filePath(name); }
     QAStConfiguration* settings() const { return project->configuration(QStringLiteral("Debug")); }
 
-    void write(const QString& name, const QByteArray& text)
-    {
-        QDir().mkpath(QFileInfo(path(name)).path());
-        QFile file(path(name));
-        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-        file.write(text);
-    }
+    void write(const QString& name, const QByteArray& text) { QVERIFY(writeFile(path(name), text)); }
     QDateTime madeAt(const QString& name) const { return QFileInfo(path(name)).lastModified(); }
+    void age(const QString& name, int secondsFromNow) { QVERIFY(touchFile(path(name), secondsFromNow)); }
+    // Compilation, link and execution in \a port; no analysis unless a test asks for one.
+    void usePort(const QString& port)
+    {
+        settings()->init(*QAStNode::getTDP(port));
+        project->setCurrentConfiguration(QStringLiteral("Debug"));
+        settings()->setProperty(QStringLiteral("intdir"), QStringLiteral("obj"));
+        settings()->setProperty(QStringLiteral("executionFlag"), 0x3F);
+    }
     // Builds \a node and waits for its end: its status.
     int build(QAStNode* node)
     {
@@ -86,10 +90,7 @@ struct ProgramFixture {
         project = std::make_unique<QAStProject>(QPixmap());
         project->create(path(QStringLiteral("p.vmp")));
         project->addConfiguration(QStringLiteral("Debug"));
-        settings()->init(*QAStNode::getTDP(QStringLiteral("gnu_c_native")));
-        project->setCurrentConfiguration(QStringLiteral("Debug"));
-        settings()->setProperty(QStringLiteral("intdir"), QStringLiteral("obj"));
-        settings()->setProperty(QStringLiteral("executionFlag"), 0x3F);
+        usePort(QStringLiteral("gnu_c_native"));
     }
     void cleanup()
     {

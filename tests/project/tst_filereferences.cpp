@@ -10,6 +10,7 @@
 #include "qastnodetestscript.h"
 #include "qastnodeunittesting.h"
 #include "qastproject.h"
+#include "projectfiles.h"
 #include "recordinghost.h"
 #include "withoutmenus.h"
 
@@ -42,15 +43,6 @@ QDomElement sourceElement(QDomDocument& document, const QString& key, const char
     document.setContent(text);
     return document.documentElement();
 }
-
-void touch(const QString& path, int secondsFromNow)
-{
-    QFile file(path);
-    QDir().mkpath(QFileInfo(path).path());
-    QVERIFY(file.open(QIODevice::ReadWrite));
-    QVERIFY(file.setFileTime(QDateTime::currentDateTime().addSecs(secondsFromNow), QFileDevice::FileModificationTime));
-}
-
 } // namespace
 
 class tst_FileReferences : public QObject
@@ -272,14 +264,14 @@ private slots:
         QAStFile* file = project->addFile(QStringLiteral("src/a.c"));
         file->addDependency(project->directory() + QStringLiteral("/include/a.h"));
         auto* source = new QAStNodeSource(file, project.get());
-        touch(source->absolutePath(), sourceAge);
-        touch(project->directory() + QStringLiteral("/include/a.h"), headerAge);
+        QVERIFY(touchFile(source->absolutePath(), sourceAge));
+        QVERIFY(touchFile(project->directory() + QStringLiteral("/include/a.h"), headerAge));
         for (const QString& entry : made) {
             const QStringList parts = entry.split(QLatin1Char(':'));
             const QString product = project->directory() + QLatin1Char('/') + parts.at(1);
             QFile::remove(product);
             if (!parts.at(2).isEmpty())
-                touch(product, parts.at(2).toInt());
+                QVERIFY(touchFile(product, parts.at(2).toInt()));
             source->addOutFileName(parts.at(0), product);
         }
         QTEST(source->mustRebuilt(), "mustRebuild");

@@ -30,10 +30,7 @@ private slots:
             QCOMPARE(madeAt(made.at(i)), first.at(i));
         QVERIFY(host.consoleText(0).contains(QLatin1String("is up-to-date")));
 
-        QFile source(path(QStringLiteral("lib/mul.c")));
-        QVERIFY(source.open(QIODevice::ReadWrite));
-        QVERIFY(source.setFileTime(QDateTime::currentDateTime(), QFileDevice::FileModificationTime));
-        source.close();
+        age(QStringLiteral("lib/mul.c"), 0);
         QCOMPARE(build(project.get()), 0);
         QCOMPARE(madeAt(QStringLiteral("obj/add.o")), first.at(0));
         QCOMPARE(madeAt(QStringLiteral("obj/main.o")), first.at(2));

@@ -1,64 +1,18 @@
+#include "programfixture.h"
 #include "qastanalysemsg.h"
-#include "qastconfiguration.h"
 #include "qastfile.h"
-#include "qastnodesource.h"
-#include "qastproject.h"
 #include "qastsplitsurvey.h"
-#include "recordinghost.h"
 
 #include <QProcess>
-#include <QSignalSpy>
 #include <QStandardPaths>
-#include <QTemporaryDir>
-#include <QTest>
-
-#include <memory>
 
 // Sources compiled for real: the staged "Source.pl" with the native ports'
 // compilers.
-class tst_SourceCompile : public QObject
+class tst_SourceCompile : public QObject, ProgramFixture
 {
     Q_OBJECT
 
-    RecordingHost host;
-    std::unique_ptr<QTemporaryDir> dir;
-    std::unique_ptr<QAStProject> project;
-
-    QString path(const QString& name) const { return dir->filePath(name); }
-    QAStConfiguration* settings() const { return project->configuration(QStringLiteral("Debug")); }
-
-    void write(const QString& name, const QByteArray& text)
-    {
-        QDir().mkpath(QFileInfo(path(name)).path());
-        QFile file(path(name));
-        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-        file.write(text);
-    }
-    void age(const QString& name, int secondsFromNow)
-    {
-        QFile file(path(name));
-        QVERIFY(file.open(QIODevice::ReadWrite));
-        QVERIFY(file.setFileTime(QDateTime::currentDateTime().addSecs(secondsFromNow), QFileDevice::FileModificationTime));
-    }
-    void usePort(const QString& port)
-    {
-        settings()->init(*QAStNode::getTDP(port));
-        project->setCurrentConfiguration(QStringLiteral("Debug"));
-        settings()->setProperty(QStringLiteral("intdir"), QStringLiteral("obj"));
-        // Compilation and link; no analysis unless a test asks for one.
-        settings()->setProperty(QStringLiteral("executionFlag"), 0x3F);
-    }
-    // Builds \a node and waits for its end: its status.
-    int build(QAStNode* node)
-    {
-        host.messages.clear();
-        QSignalSpy finished(node, &QAStNode::buildExecuteFinished);
-        node->build();
-        if (finished.isEmpty() && !finished.wait(20000))
-            return -1;
-        return node->executionStatus();
-    }
-    QStringList objects(QAStNode* node)
+    static QStringList objects(QAStNode* node)
     {
         QStringList files;
         node->outFileNames(QStringLiteral("OBJ"), files);
@@ -66,20 +20,9 @@ class tst_SourceCompile : public QObject
     }
 
 private slots:
-    void initTestCase() { QVERIFY(host.initializeLibrary()); }
-    void init()
-    {
-        dir = std::make_unique<QTemporaryDir>();
-        project = std::make_unique<QAStProject>(QPixmap());
-        project->create(path(QStringLiteral("p.vmp")));
-        project->addConfiguration(QStringLiteral("Debug"));
-        usePort(QStringLiteral("gnu_c_native"));
-    }
-    void cleanup()
-    {
-        project.reset();
-        dir.reset();
-    }
+    void initTestCase() { QVERIFY(ProgramFixture::initTestCase()); }
+    void init() { ProgramFixture::init(); }
+    void cleanup() { ProgramFixture::cleanup(); }
 
     void sourcesOfAnyNameCompile_data()
     {
@@ -207,10 +150,7 @@ private slots:
         const QString stream = path(QStringLiteral("obj/p.spt"));
         QASTSplitSurvey splitter(stream, QString(), QString(), QString(), QString());
         QVERIFY(splitter.splitExistingLines());
-        auto output = [&](int index) {
-            QFile file(splitter.outputPath(index));
-            return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-        };
+        auto output = [&](int index) { return readFile(splitter.outputPath(index)); };
         QProcess program;
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert(QStringLiteral("VELMONT_SPLIT_FILE"), stream);
@@ -218,10 +158,7 @@ private slots:
         program.setProcessEnvironment(environment);
         program.start(path(QStringLiteral("obj/p")), QStringList());
         QVERIFY(program.waitForStarted());
-        auto text = [&] {
-            QFile file(stream);
-            return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-        };
+        auto text = [&] { return readFile(stream); };
         // The first call has returned while the program waits.
         QTRY_VERIFY_WITH_TIMEOUT(text().contains(" 1 helper\n"), 10000);
         QVERIFY(text().contains("EA "));

@@ -3,6 +3,7 @@
 #include "qastnodegroup.h"
 #include "qastnodetest.h"
 #include "qastproject.h"
+#include "projectfiles.h"
 #include "recordinghost.h"
 
 #include <QDomDocument>
@@ -17,14 +18,6 @@ namespace {
 
 const int BuildSteps = 0x0F;
 const int RunSteps = 0x30;
-
-void touch(const QString& path, int secondsFromNow)
-{
-    QDir().mkpath(QFileInfo(path).path());
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::ReadWrite));
-    QVERIFY(file.setFileTime(QDateTime::currentDateTime().addSecs(secondsFromNow), QFileDevice::FileModificationTime));
-}
 
 } // namespace
 
@@ -245,9 +238,9 @@ private slots:
         const QString program = project->directory() + QStringLiteral("/bin/t");
         QFile::remove(program);
         if (programAge)
-            touch(program, programAge);
+            QVERIFY(touchFile(program, programAge));
         QCOMPARE(test->binaryTester(), program);
-        touch(path(QStringLiteral("o/a.o")), -100);
+        QVERIFY(touchFile(path(QStringLiteral("o/a.o")), -100));
         test->addOutFileName(QStringLiteral("OBJ"), path(QStringLiteral("o/a.o")));
         QTEST(test->mustRebuilt(), "relink");
     }

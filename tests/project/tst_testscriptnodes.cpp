@@ -1,41 +1,20 @@
+#include "programfixture.h"
 #include "qares.h"
 #include "qastdatafactory.h"
-#include "qastconfiguration.h"
 #include "qastfile.h"
-#include "qastnodesource.h"
 #include "qastnodetestscript.h"
 #include "qastnodeunittesting.h"
-#include "qastproject.h"
-#include "recordinghost.h"
 
 #include <QDomDocument>
-#include <QSignalSpy>
-#include <QTemporaryDir>
 #include <QTemporaryFile>
-#include <QTest>
-
-#include <memory>
 
 // Test script nodes and the component test nodes: their lists and selection
 // against the analyser's result, the lines they give their scripts, and the
 // analysis of a real script before each build.
-class tst_TestScriptNodes : public QObject
+class tst_TestScriptNodes : public QObject, ProgramFixture
 {
     Q_OBJECT
 
-    RecordingHost host;
-    std::unique_ptr<QTemporaryDir> dir;
-    std::unique_ptr<QAStProject> project;
-
-    QString path(const QString& name) const { return dir->filePath(name); }
-    QAStConfiguration* settings() const { return project->configuration(QStringLiteral("Debug")); }
-
-    void write(const QString& name, const QByteArray& text)
-    {
-        QFile file(path(name));
-        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-        file.write(text);
-    }
     // The result of the analyser, as resource text.
     static std::unique_ptr<QARes> analysis(const QByteArray& text)
     {
@@ -53,35 +32,15 @@ class tst_TestScriptNodes : public QObject
         node->generateEnv(stream);
         return text;
     }
-    int build(QAStNode* node)
-    {
-        host.messages.clear();
-        QSignalSpy finished(node, &QAStNode::buildExecuteFinished);
-        node->build();
-        if (finished.isEmpty() && !finished.wait(20000))
-            return -1;
-        return node->executionStatus();
-    }
 
 private slots:
-    void initTestCase() { QVERIFY(host.initializeLibrary()); }
+    void initTestCase() { QVERIFY(ProgramFixture::initTestCase()); }
     void init()
     {
-        dir = std::make_unique<QTemporaryDir>();
-        project = std::make_unique<QAStProject>(QPixmap());
-        project->create(path(QStringLiteral("p.vmp")));
-        project->addConfiguration(QStringLiteral("Debug"));
-        settings()->init(*QAStNode::getTDP(QStringLiteral("gnu_c_native")));
-        project->setCurrentConfiguration(QStringLiteral("Debug"));
-        settings()->setProperty(QStringLiteral("intdir"), QStringLiteral("obj"));
-        settings()->setProperty(QStringLiteral("executionFlag"), 0x3F);
+        ProgramFixture::init();
         host.boxAnswer = 0;
     }
-    void cleanup()
-    {
-        project.reset();
-        dir.reset();
-    }
+    void cleanup() { ProgramFixture::cleanup(); }
 
     // Every kind reads back from its element what it wrote, through the
     // factory that finds the kind by the element's name.
@@ -325,10 +284,7 @@ private slots:
         integrated->setMode(QAStNodeSource::Integrated);
         write(script, "class A\n");
         write(QStringLiteral("a.oti"), "");
-        QFile information(path(QStringLiteral("a.oti")));
-        QVERIFY(information.open(QIODevice::ReadWrite));
-        QVERIFY(information.setFileTime(QDateTime::currentDateTime().addSecs(informationAge),
-                                        QFileDevice::FileModificationTime));
+        age(QStringLiteral("a.oti"), informationAge);
         contract->addOutFileName(QStringLiteral("OTI"), path(QStringLiteral("a.oti")));
         contract->buildFinishEvent();
         QTEST((QList<bool> {before->isForceRebuild(), instrumented->isForceRebuild(), integrated->isForceRebuild()}),

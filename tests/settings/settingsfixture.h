@@ -2,6 +2,7 @@
 
 // Small helpers that several settings tests share.
 
+#include "projectfiles.h"
 #include "qapropertygroup.h"
 
 #include <QDir>
@@ -11,15 +12,6 @@
 
 #include <cstdio>
 #include <unistd.h>
-
-/// Writes \a text to \a path, making the directories on the way.
-inline void writeFile(const QString& path, const QByteArray& text)
-{
-    QDir().mkpath(QFileInfo(path).path());
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(text);
-}
 
 /// The leaves of a description tree, depth first.
 inline QList<QAProperty*> leaves(QAProperty* property)

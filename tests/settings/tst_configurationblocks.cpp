@@ -118,7 +118,7 @@ private slots:
     void initTestCase()
     {
         QAStData::initialize(&host);
-        writeFile(ports.filePath("plain/tp.ini"), "NAME = \"Plain\"\nLANGUAGE = \"C\"\n");
+        QVERIFY(writeFile(ports.filePath("plain/tp.ini"), "NAME = \"Plain\"\nLANGUAGE = \"C\"\n"));
         QAStData::preferences()->setValue(QStringLiteral("tdpDirectories"), QStringList(ports.path()));
         QVERIFY(QAStTargetPackageList::initialize(&host));
         QVERIFY(QAStConfiguration::initialize(&host));

@@ -31,8 +31,8 @@ private slots:
     {
         QAStData::initialize(&host);
         // A port that refuses coverage, one that refuses nothing.
-        writeFile(ports.filePath("refusing/tp.ini"), "NAME = \"Refusing\"\nLANGUAGE = \"C\"\nZTCMODE = \"0\"\n");
-        writeFile(ports.filePath("plain/tp.ini"), "NAME = \"Plain\"\nLANGUAGE = \"CPP\"\n");
+        QVERIFY(writeFile(ports.filePath("refusing/tp.ini"), "NAME = \"Refusing\"\nLANGUAGE = \"C\"\nZTCMODE = \"0\"\n"));
+        QVERIFY(writeFile(ports.filePath("plain/tp.ini"), "NAME = \"Plain\"\nLANGUAGE = \"CPP\"\n"));
         QAStData::preferences()->setValue(QStringLiteral("tdpDirectories"), QStringList(ports.path()));
         QVERIFY(QAStTargetPackageList::initialize(&host));
         QVERIFY(QAStConfiguration::initialize(&host));

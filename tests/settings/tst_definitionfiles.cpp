@@ -220,7 +220,7 @@ private slots:
         const QString path = dir.filePath(QStringLiteral("old.res"));
         // "flags" sits in the subgroup and reads; "count" is missing, so the
         // values after it in the same group stay unread.
-        writeFile(path, "config { flags = \"-g\"; dirs = (\"x\"); on = false; }\n");
+        QVERIFY(writeFile(path, "config { flags = \"-g\"; dirs = (\"x\"); on = false; }\n"));
         QScopedPointer<QARes> resources(QARes::read(QFile::encodeName(path).constData(), false));
         QVERIFY(resources);
         QAPropertyStore store;
@@ -231,7 +231,8 @@ private slots:
 private:
     QAPropertyMapGroup* load(const QString& text, Log& log)
     {
-        writeFile(dir.filePath("def.properties"), text.toUtf8());
+        if (!writeFile(dir.filePath("def.properties"), text.toUtf8()))
+            return nullptr;
         return QAPropertyMapLoader().load(dir.filePath("def.properties"), filters, maskGroups, &log);
     }
 

@@ -130,10 +130,10 @@ void tst_EnvironmentFile::initTestCase()
 {
     installProcessLeakGuard();
     QAStData::initialize(&host);
-    writeFile(ports.filePath("plain/tp.ini"), "NAME = \"Plain\"\nLANGUAGE = \"CPP\"\nSRCEXT = \"cpp\"\n");
-    writeFile(ports.filePath("nocoverage/tp.ini"), "NAME = \"No coverage\"\nLANGUAGE = \"C\"\nZTCMODE = \"0\"\n");
-    writeFile(dir.filePath("own/tp.ini"), "NAME = \"Own\"\n");
-    writeFile(dir.filePath("dump.pl"), dumpScript);
+    QVERIFY(writeFile(ports.filePath("plain/tp.ini"), "NAME = \"Plain\"\nLANGUAGE = \"CPP\"\nSRCEXT = \"cpp\"\n"));
+    QVERIFY(writeFile(ports.filePath("nocoverage/tp.ini"), "NAME = \"No coverage\"\nLANGUAGE = \"C\"\nZTCMODE = \"0\"\n"));
+    QVERIFY(writeFile(dir.filePath("own/tp.ini"), "NAME = \"Own\"\n"));
+    QVERIFY(writeFile(dir.filePath("dump.pl"), dumpScript));
     QAStData::preferences()->setValue(QStringLiteral("tdpDirectories"), QStringList(ports.path()));
     QVERIFY(QAStTargetPackageList::initialize(&host));
     QVERIFY(QAStConfiguration::initialize(&host));

@@ -86,13 +86,13 @@ private slots:
         for (const QString& name : broken) {
             QFile description(erroneous.filePath(name));
             QVERIFY(description.open(QIODevice::ReadOnly));
-            writeFile(root.filePath(name + "/tp.ini"), description.readAll());
+            QVERIFY(writeFile(root.filePath(name + "/tp.ini"), description.readAll()));
         }
-        writeFile(root.filePath("good/tp.ini"), "NAME = \"good\"\nOBJEXT = \".o\" # objects\n");
-        writeFile(root.filePath("badbyte/tp.ini"), "NAME = \"badbyte\" @\n");
-        writeFile(root.filePath("nodescription/readme.txt"), "NAME = \"x\"\n");
+        QVERIFY(writeFile(root.filePath("good/tp.ini"), "NAME = \"good\"\nOBJEXT = \".o\" # objects\n"));
+        QVERIFY(writeFile(root.filePath("badbyte/tp.ini"), "NAME = \"badbyte\" @\n"));
+        QVERIFY(writeFile(root.filePath("nodescription/readme.txt"), "NAME = \"x\"\n"));
         // Beside the ports: "." is listed too, and kept so.
-        writeFile(root.filePath("beside.ini"), "NAME = \"beside\"\n");
+        QVERIFY(writeFile(root.filePath("beside.ini"), "NAME = \"beside\"\n"));
 
         std::unique_ptr<QAStTargetPackageList> scanned;
         QCOMPARE(standardErrorOf([&] { scanned = std::make_unique<QAStTargetPackageList>(QStringList {root.path()}); }),
@@ -143,7 +143,7 @@ private slots:
     {
         QFETCH(QByteArray, text);
         QTemporaryDir dir;
-        writeFile(dir.filePath("tp.ini"), text);
+        QVERIFY(writeFile(dir.filePath("tp.ini"), text));
         std::unique_ptr<QARes> tree(QARes::read(QFile::encodeName(dir.filePath("tp.ini")).constData(), true));
         QAStTargetPackage port;
         port.read(tree.get(), QStringLiteral("p"), QStringLiteral("tp.ini"));
@@ -154,8 +154,8 @@ private slots:
     void portsOfOneDirectory()
     {
         QTemporaryDir root;
-        writeFile(root.filePath("p/c.ini"), "NAME = \"p c\"\nLANGUAGE = \"C\"\nZTCMODE = \"0\"\n");
-        writeFile(root.filePath("p/cpp.ini"), "NAME = \"p c++\"\nLANGUAGE = \"CPP\"\n");
+        QVERIFY(writeFile(root.filePath("p/c.ini"), "NAME = \"p c\"\nLANGUAGE = \"C\"\nZTCMODE = \"0\"\n"));
+        QVERIFY(writeFile(root.filePath("p/cpp.ini"), "NAME = \"p c++\"\nLANGUAGE = \"CPP\"\n"));
         // A directory that is missing is reported, and the scan goes on.
         const QString missing = root.filePath("missing");
         setPortDirectories({missing, root.path()});
@@ -180,7 +180,7 @@ private slots:
     void searchFindsTheDirectoryOfAName()
     {
         QTemporaryDir first, second;
-        writeFile(second.filePath("gcc/tp.ini"), "NAME = \"gcc\"\n");
+        QVERIFY(writeFile(second.filePath("gcc/tp.ini"), "NAME = \"gcc\"\n"));
         setPortDirectories({first.filePath("missing"), first.path(), second.path()});
         QCOMPARE(QAStTargetPackageList::search("gcc"), second.path());
         QCOMPARE(QAStTargetPackageList::search("other"), RecordingHost::stageDir() + QStringLiteral("/targets"));
@@ -210,7 +210,7 @@ private slots:
         QVERIFY(manager.isDetailsOpen() && QASTTDPManager().isDetailsOpen());
 
         QTemporaryDir extra;
-        writeFile(extra.filePath("third/tp.ini"), "NAME = \"third\"\n");
+        QVERIFY(writeFile(extra.filePath("third/tp.ini"), "NAME = \"third\"\n"));
         setPortDirectories({RecordingHost::stageDir() + QStringLiteral("/targets"), extra.path()});
         click("&Reload");
         QCOMPARE(manager.portList()->count(), 3);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "projectfiles.h"
 #include "recordinghost.h"
 
 #include <QDirIterator>
@@ -20,24 +21,15 @@ struct BatchFixture {
 
     QString path(const QString& name) const { return work.filePath(name); }
     /// The bytes of a file; empty when it cannot be read.
-    static QByteArray contents(const QString& path)
-    {
-        QFile file(path);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    }
+    static QByteArray contents(const QString& path) { return readFile(path); }
     /// The file that the variable BATCH_TEST_FILE names for the scripts.
     QString scriptFile() const { return path(QStringLiteral("batch-test-file")); }
 
     /// Copies the first example into \a name; the copy's project file.
     QString copyExample(const QString& name) const
     {
-        const QString from = QStringLiteral(SDK_EXAMPLES_DIR "/first");
-        for (QDirIterator it(from, QDir::Files, QDirIterator::Subdirectories); it.hasNext();) {
-            const QString copy = path(name) + it.next().mid(from.size());
-            if (!QDir().mkpath(QFileInfo(copy).path()) || !QFile::copy(it.filePath(), copy))
-                return QString();
-        }
-        return path(name) + QStringLiteral("/first.vmp");
+        return copyTree(QStringLiteral(SDK_EXAMPLES_DIR "/first"), path(name)) ? path(name) + QStringLiteral("/first.vmp")
+                                                                               : QString();
     }
     /// An installation linking the staged one, with \a scripts (a name and
     /// its text) in place of the staged scripts, and without ports unless

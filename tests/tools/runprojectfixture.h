@@ -26,18 +26,10 @@ struct RunProjectFixture {
 
     bool write(const QString& name, const QByteArray& text, int age = -1) const
     {
-        QDir().mkpath(QFileInfo(path(name)).path());
-        QFile file(path(name));
-        return file.open(QIODevice::WriteOnly) && file.write(text) == text.size() && (file.close(), true)
-            && (age < 0 || touch(name, age));
+        return writeFile(path(name), text) && (age < 0 || touch(name, age));
     }
     /// Sets the file's time to \a seconds after the fixture's origin.
-    bool touch(const QString& name, int seconds) const
-    {
-        QFile file(path(name));
-        return file.open(QIODevice::ReadWrite)
-            && file.setFileTime(origin.addSecs(seconds), QFileDevice::FileModificationTime);
-    }
+    bool touch(const QString& name, int seconds) const { return setModified(path(name), origin.addSecs(seconds)); }
 
     static QByteArray node(const QString& name, int quid, const QString& extra = QString())
     {

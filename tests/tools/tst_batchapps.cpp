@@ -14,18 +14,9 @@ class tst_BatchApps : public QObject
     // A fresh copy of the project; its project file.
     QString copyProject(const QString& name)
     {
-        const QString from = QStringLiteral(SDK_TESTDATA_DIR "/apps");
-        for (QDirIterator it(from, QDir::Files, QDirIterator::Subdirectories); it.hasNext();) {
-            const QString copy = fixture.path(name) + it.next().mid(from.size());
-            if (!QDir().mkpath(QFileInfo(copy).path()) || !QFile::copy(it.filePath(), copy))
-                return QString();
-        }
-        return fixture.path(name + QStringLiteral("/apps.vmp"));
-    }
-    static QByteArray contents(const QString& path)
-    {
-        QFile file(path);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+        return copyTree(QStringLiteral(SDK_TESTDATA_DIR "/apps"), fixture.path(name))
+            ? fixture.path(name + QStringLiteral("/apps.vmp"))
+            : QString();
     }
     // The file that the host names on an "output NODE TYPE FILE" line.
     static QString output(const QString& out, const QString& type)
@@ -57,14 +48,14 @@ private slots:
         QVERIFY(run.err.contains(QLatin1String("LIB ") + fixture.path(QStringLiteral("apps/obj/mathlib.a"))));
         const QString stream = output(run.out, QStringLiteral("SPT"));
         QCOMPARE(stream, fixture.path(QStringLiteral("apps/obj/calc.spt")));
-        const QByteArray records = contents(stream);
+        const QByteArray records = readFile(stream);
         // The library's functions are instrumented as the program's are.
         for (const char* record : {"FT main\n", "BA ", " 1 mul\n", " 1 add\n", "CO \"", "tEND "})
             QVERIFY2(records.contains(record), records.constData());
 
         QVERIFY2(!output(run.out, QStringLiteral("TIO")).isEmpty(), qPrintable(run.out));
-        QVERIFY(contents(output(run.out, QStringLiteral("TIO"))).contains("FT main\n"));
-        QVERIFY(contents(output(run.out, QStringLiteral("TDF"))).contains(" 1 mul\n"));
+        QVERIFY(readFile(output(run.out, QStringLiteral("TIO"))).contains("FT main\n"));
+        QVERIFY(readFile(output(run.out, QStringLiteral("TDF"))).contains(" 1 mul\n"));
     }
 };
 

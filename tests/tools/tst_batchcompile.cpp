@@ -14,11 +14,7 @@ class tst_BatchCompile : public QObject
 private slots:
     void initTestCase()
     {
-        const QString from = QStringLiteral(SDK_TESTDATA_DIR "/compile");
-        for (QDirIterator it(from, QDir::Files, QDirIterator::Subdirectories); it.hasNext();) {
-            const QString copy = fixture.path(QStringLiteral("compile")) + it.next().mid(from.size());
-            QVERIFY(QDir().mkpath(QFileInfo(copy).path()) && QFile::copy(it.filePath(), copy));
-        }
+        QVERIFY(copyTree(QStringLiteral(SDK_TESTDATA_DIR "/compile"), fixture.path(QStringLiteral("compile"))));
     }
 
     void compilesShowInTheProgress_data()

@@ -1,4 +1,5 @@
 #include "batchfixture.h"
+#include "testshare.h"
 #include "qastconfiguration.h"
 #include "qastdatafactory.h"
 #include "qastfile.h"
@@ -76,7 +77,12 @@ QList<Row> rows()
             break;
         }
     }
-    return list;
+    QList<Row> share;
+    for (qsizetype i = 0; i < list.size(); ++i) {
+        if (inThisShare(i))
+            share.append(list.at(i));
+    }
+    return share;
 }
 
 // Each node with its kind, in tree order, and its own settings in each
@@ -133,11 +139,8 @@ class tst_BatchEdit : public QObject
     }
     bool makeBase(const QString& dir)
     {
-        for (const char* name : {"/src/a.c", "/src/b.c"}) {
-            QFile file(dir + QLatin1String(name));
-            if (!QDir().mkpath(dir + QStringLiteral("/src")) || !file.open(QIODevice::WriteOnly) || file.write("int x;\n") < 0)
-                return false;
-        }
+        if (!writeFile(dir + QStringLiteral("/src/a.c"), "int x;\n") || !writeFile(dir + QStringLiteral("/src/b.c"), "int x;\n"))
+            return false;
         QAStProject project(dir + QStringLiteral("/base.vmp"));
         for (const char* name : {"Native C", "Other"}) {
             project.addConfiguration(QLatin1String(name));

@@ -10,11 +10,6 @@ class tst_BatchSplit : public QObject
 {
     Q_OBJECT
 
-    static QByteArray read(const QString& path)
-    {
-        QFile file(path);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    }
     static bool append(const QString& path, const QByteArray& bytes)
     {
         QFile file(path);
@@ -41,18 +36,18 @@ private slots:
         QSignalSpy finished(host.get(), &QProcess::finished);
         QByteArray said;
         QTRY_VERIFY_WITH_TIMEOUT((said += host->readAllStandardOutput()).startsWith("splitting"), 5000);
-        QCOMPARE(read(out + "/zentacov.tio"), "NT old\n");
+        QCOMPARE(readFile(out + "/zentacov.tio"), "NT old\n");
 
         QVERIFY(append(splitFile, "CS new\nt0 end\n"));
-        QTRY_COMPARE_WITH_TIMEOUT(read(out + "/tracer.tdf"), "CS old\nCS new\n", 3000);
-        QCOMPARE(read(fixture.path(QStringLiteral("ztlendtest.txt"))), "t0 end\n");
+        QTRY_COMPARE_WITH_TIMEOUT(readFile(out + "/tracer.tdf"), "CS old\nCS new\n", 3000);
+        QCOMPARE(readFile(fixture.path(QStringLiteral("ztlendtest.txt"))), "t0 end\n");
 
         QVERIFY(append(splitFile, "CS last\n"));
         ::kill(pid_t(host->processId()), stopSignal);
         QVERIFY(finished.wait(5000));
         QCOMPARE(host->exitStatus(), QProcess::NormalExit);
         QCOMPARE(host->exitCode(), 0);
-        QCOMPARE(read(out + "/tracer.tdf"), "CS old\nCS new\nCS last\n");
+        QCOMPARE(readFile(out + "/tracer.tdf"), "CS old\nCS new\nCS last\n");
     }
 };
 

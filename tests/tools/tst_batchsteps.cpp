@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#ifdef SDK_BATCHSTEPS_STOPS
 namespace {
 
 // A group script that starts a grandchild, writes both pids and waits; and a
@@ -20,15 +21,15 @@ const char hangingStop[] = "$SIG{TERM} = 'IGNORE';\n"
 
 QList<qint64> pidsIn(const QString& path)
 {
-    QFile file(path);
     QList<qint64> pids;
-    for (const QByteArray& pid : (file.open(QIODevice::ReadOnly) ? file.readAll().simplified() : QByteArray()).split(' '))
+    for (const QByteArray& pid : readFile(path).simplified().split(' '))
         if (!pid.isEmpty())
             pids << pid.toLongLong();
     return pids;
 }
 
 } // namespace
+#endif
 
 // The steps of a host's run, seen from outside: the environment file a step
 // gets, and what a stop leaves behind.
@@ -38,17 +39,23 @@ class tst_BatchSteps : public QObject
 
 private slots:
     void initTestCase() { QVERIFY(!(project = fixture.copyExample(QStringLiteral("first"))).isEmpty()); }
+    // The stops are a program of their own, tst_batchstepsstops, built from
+    // this file beside this one.
+#ifndef SDK_BATCHSTEPS_STOPS
     void envIsWhatAStepGets();
-    void stopsEndEveryProcessOfTheRun_data();
-    void stopsEndEveryProcessOfTheRun();
     void terminationDuringTheLoadEndsIt();
     void aRelativeProgramPathStillFindsTheInterpreter();
+#else
+    void stopsEndEveryProcessOfTheRun_data();
+    void stopsEndEveryProcessOfTheRun();
+#endif
 
 private:
     BatchFixture fixture;
     QString project;
 };
 
+#ifndef SDK_BATCHSTEPS_STOPS
 // The file printed is the one a build step of the node is given, and a
 // script of the tool chain loads it.
 void tst_BatchSteps::envIsWhatAStepGets()
@@ -76,6 +83,35 @@ void tst_BatchSteps::envIsWhatAStepGets()
     QCOMPARE(perl.readAllStandardOutput(), QByteArray("Queue|Queue.c"));
 }
 
+// The sub-project's file is a pipe, so that the load waits until the test
+// closes it: a termination request then comes during the load.
+void tst_BatchSteps::terminationDuringTheLoadEndsIt()
+{
+    const QString pipe = QFileInfo(fixture.copyExample(QStringLiteral("piped"))).path() + "/library/library.vmp";
+    QVERIFY(QFile::remove(pipe));
+    QCOMPARE(::mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
+    const std::unique_ptr<QProcess> host = fixture.start({QFileInfo(pipe).path() + "/../first.vmp", "tree"});
+    int writer = -1;
+    QTRY_VERIFY_WITH_TIMEOUT((writer = ::open(QFile::encodeName(pipe).constData(), O_WRONLY | O_NONBLOCK)) >= 0, 20000);
+    ::kill(pid_t(host->processId()), SIGTERM);
+    ::close(writer);
+    QVERIFY(host->waitForFinished(10000));
+    QCOMPARE(host->exitCode(), 3);
+    QCOMPARE(host->readAllStandardOutput(), QByteArray());
+    QVERIFY(host->readAllStandardError().endsWith("velmont-batch: stopped before tree ran\n"));
+}
+
+// A step runs in its node's directory, not in the one the program was
+// started from, where a relative path to the program still pointed.
+void tst_BatchSteps::aRelativeProgramPathStillFindsTheInterpreter()
+{
+    const QString relative = QDir(fixture.work.path()).relativeFilePath(QStringLiteral(SDK_BATCH_PROGRAM));
+    QVERIFY(relative.startsWith(QLatin1String("../")));
+    const BatchFixture::Run run = fixture.run({project, "rebuild", "Unit tests.Queue"}, QString(), relative);
+    QVERIFY2(run.status == 0, qPrintable(run.out + run.err));
+    QVERIFY2(run.out.contains(QLatin1String("\nrebuild Unit tests.Queue: success (")), qPrintable(run.out));
+}
+#else
 void tst_BatchSteps::stopsEndEveryProcessOfTheRun_data()
 {
     QTest::addColumn<QList<int>>("sent");
@@ -120,35 +156,7 @@ void tst_BatchSteps::stopsEndEveryProcessOfTheRun()
     for (const qint64 pid : pidsIn(fixture.scriptFile()))
         QVERIFY2(::kill(pid_t(pid), 0) != 0 && errno == ESRCH, qPrintable(QString::number(pid)));
 }
-
-// The sub-project's file is a pipe, so that the load waits until the test
-// closes it: a termination request then comes during the load.
-void tst_BatchSteps::terminationDuringTheLoadEndsIt()
-{
-    const QString pipe = QFileInfo(fixture.copyExample(QStringLiteral("piped"))).path() + "/library/library.vmp";
-    QVERIFY(QFile::remove(pipe));
-    QCOMPARE(::mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
-    const std::unique_ptr<QProcess> host = fixture.start({QFileInfo(pipe).path() + "/../first.vmp", "tree"});
-    int writer = -1;
-    QTRY_VERIFY_WITH_TIMEOUT((writer = ::open(QFile::encodeName(pipe).constData(), O_WRONLY | O_NONBLOCK)) >= 0, 20000);
-    ::kill(pid_t(host->processId()), SIGTERM);
-    ::close(writer);
-    QVERIFY(host->waitForFinished(10000));
-    QCOMPARE(host->exitCode(), 3);
-    QCOMPARE(host->readAllStandardOutput(), QByteArray());
-    QVERIFY(host->readAllStandardError().endsWith("velmont-batch: stopped before tree ran\n"));
-}
-
-// A step runs in its node's directory, not in the one the program was
-// started from, where a relative path to the program still pointed.
-void tst_BatchSteps::aRelativeProgramPathStillFindsTheInterpreter()
-{
-    const QString relative = QDir(fixture.work.path()).relativeFilePath(QStringLiteral(SDK_BATCH_PROGRAM));
-    QVERIFY(relative.startsWith(QLatin1String("../")));
-    const BatchFixture::Run run = fixture.run({project, "rebuild", "Unit tests.Queue"}, QString(), relative);
-    QVERIFY2(run.status == 0, qPrintable(run.out + run.err));
-    QVERIFY2(run.out.contains(QLatin1String("\nrebuild Unit tests.Queue: success (")), qPrintable(run.out));
-}
+#endif
 
 QTEST_GUILESS_MAIN(tst_BatchSteps)
 #include "tst_batchsteps.moc"

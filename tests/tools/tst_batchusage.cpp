@@ -1,4 +1,5 @@
 #include "batchfixture.h"
+#include "testshare.h"
 
 #include <QTest>
 
@@ -29,9 +30,11 @@ private slots:
         QTest::addColumn<bool>("withoutPorts");
         QTest::addColumn<int>("status");
         QTest::addColumn<QString>("err");
-        const auto row = [](const char* tag, const QStringList& arguments, int status, const char* err,
-                            bool withoutPorts = false) {
-            QTest::newRow(tag) << arguments << withoutPorts << status << QString::fromUtf8(err);
+        int index = 0;
+        const auto row = [&index](const char* tag, const QStringList& arguments, int status, const char* err,
+                                  bool withoutPorts = false) {
+            if (inThisShare(index++))
+                QTest::newRow(tag) << arguments << withoutPorts << status << QString::fromUtf8(err);
         };
         row("a missing project", {"@M", "tree"}, 5, "no project file at @M");
         row("a file that is not a project", {"@B", "tree"}, 5,

@@ -13,29 +13,23 @@ struct UnitTestFixture : BatchFixture {
     /// project file, or a null string when an edit found nothing to replace.
     QString copy(const Edits& scriptEdits, const Edits& projectEdits = Edits()) const
     {
-        const QString from = QStringLiteral(SDK_TESTDATA_DIR "/unittest");
-        for (QDirIterator it(from, QDir::Files, QDirIterator::Subdirectories); it.hasNext();) {
-            const QString target = path(QStringLiteral("unittest")) + it.next().mid(from.size());
-            if (!QDir().mkpath(QFileInfo(target).path()) || !QFile::copy(it.filePath(), target))
-                return QString();
-        }
-        if (!edit(QStringLiteral("src/ring.ptu"), scriptEdits) || !edit(QStringLiteral("unittest.vmp"), projectEdits))
+        if (!copyTree(QStringLiteral(SDK_TESTDATA_DIR "/unittest"), path(QStringLiteral("unittest")))
+            || !edit(QStringLiteral("src/ring.ptu"), scriptEdits) || !edit(QStringLiteral("unittest.vmp"), projectEdits))
             return QString();
         return path(QStringLiteral("unittest/unittest.vmp"));
     }
     bool edit(const QString& name, const Edits& edits) const
     {
-        QFile file(path(QStringLiteral("unittest/") + name));
-        if (!file.open(QIODevice::ReadOnly))
+        const QString file = path(QStringLiteral("unittest/") + name);
+        QString text = QString::fromUtf8(readFile(file));
+        if (text.isEmpty())
             return false;
-        QString text = QString::fromUtf8(file.readAll());
-        file.close();
         for (const auto& [before, after] : edits) {
             if (!text.contains(before))
                 return false;
             text.replace(before, after);
         }
-        return file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(text.toUtf8()) >= 0;
+        return writeFile(file, text.toUtf8());
     }
     /// "service.test verdict" of each test of the node's report, each
     /// followed by its failures as "variable expected obtained line".
