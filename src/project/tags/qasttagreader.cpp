@@ -171,9 +171,11 @@ void QAStTagReader::read(const char* data, qsizetype size)
     }
     _file->resetTimeStamp();
     _done = {_file};
+    _doneSet = {_file};
     _current = _file;
     _stale.clear();
     _scopes.clear();
+    _currentScopes = nullptr;
     _files.clear();
     _filesIndexed = false;
     _dependencyKeys.clear();
@@ -453,6 +455,7 @@ QAStFile* QAStTagReader::fileOfLine(const QByteArrayView& text)
         if (!found)
             return nullptr;
         _current = found;
+        _currentScopes = nullptr;
         startFile(found);
     }
     return isStale(_current) ? _current : nullptr;
@@ -469,15 +472,17 @@ bool QAStTagReader::isStale(QAStFile* file)
 
 void QAStTagReader::startFile(QAStFile* file)
 {
-    if (_done.contains(file))
+    if (_doneSet.contains(file))
         return;
     _done.append(file);
+    _doneSet.insert(file);
     if (!isStale(file))
         return;
     forgetTagsOf(file);
     const QSignalBlocker quiet(file);
     file->deleteChildren();
-    _scopes.remove(file);
+    _scopes.erase(file);
+    _currentScopes = nullptr;
 }
 
 void QAStTagReader::forgetTagsOf(QAStFile* file)
@@ -497,17 +502,31 @@ void QAStTagReader::forgetTagsOf(QAStFile* file)
 
 QAStData* QAStTagReader::findBelow(const QString& qualified, const char* className, bool last)
 {
-    const Scopes& scopes = _scopes[_current];
-    QAStATag* found = (last ? scopes.last : scopes.first).value(qualified);
-    return found && found->inherits(className) ? found : nullptr;
+    const Scopes& scopes = scopesOf(_current);
+    const auto found = scopes.constFind(qualified);
+    if (found == scopes.constEnd())
+        return nullptr;
+    QAStATag* tag = last ? found->last : found->first;
+    return tag->inherits(className) ? tag : nullptr;
+}
+
+QAStTagReader::Scopes& QAStTagReader::scopesOf(QAStFile* file)
+{
+    // Lines of one file come in runs: its table is looked up once a run.
+    if (file == _current && _currentScopes)
+        return *_currentScopes;
+    Scopes& scopes = _scopes[file];
+    if (file == _current)
+        _currentScopes = &scopes;
+    return scopes;
 }
 
 void QAStTagReader::remember(QAStATag* tag, QAStFile* file, const QString& qualified)
 {
-    Scopes& scopes = _scopes[file];
-    if (!scopes.first.contains(qualified))
-        scopes.first.insert(qualified, tag);
-    scopes.last.insert(qualified, tag);
+    Scope& scope = scopesOf(file)[qualified];
+    if (!scope.first)
+        scope.first = tag;
+    scope.last = tag;
 }
 
 void QAStTagReader::addDependency(const QString& key)

@@ -10,6 +10,7 @@
 #include <QStringList>
 #include <QVariant>
 
+#include <unordered_map>
 #include <vector>
 
 class QAStATag;
@@ -101,6 +102,7 @@ private:
     int _token = QAStTagScanner::TK_END;
     QAStFile* _current = nullptr;
     QList<QAStFile*> _done;
+    QSet<QAStFile*> _doneSet;
     QString _package;
     QStringList _errors;
     QStringList _pluginKinds;
@@ -152,9 +154,14 @@ private:
     // Tags of each file by qualified name, as the lines made them: the
     // scopes of later lines are found here instead of in the whole file.
     // They are forgotten with the tags of their file.
-    struct Scopes {
-        QHash<QString, QAStATag*> first;
-        QHash<QString, QAStATag*> last;
+    struct Scope {
+        QAStATag* first = nullptr;
+        QAStATag* last = nullptr;
     };
-    QHash<QAStFile*, Scopes> _scopes;
+    using Scopes = QHash<QString, Scope>;
+    // By node, so that the scopes of the current file stay where they are
+    // while other files come and go.
+    std::unordered_map<QAStFile*, Scopes> _scopes;
+    Scopes* _currentScopes = nullptr;
+    Scopes& scopesOf(QAStFile* file);
 };
