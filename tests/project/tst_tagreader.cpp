@@ -247,6 +247,34 @@ private slots:
         QCOMPARE(tree.size(), kept ? 3 : 2);
     }
 
+    // What a reader knows of the tags it made must not outlive its pass:
+    // the tags of the next pass may come at the same addresses.
+    void aReaderReadingAgainForgetsItsLastPass_data()
+    {
+        QTest::addColumn<QByteArray>("first");
+        QTest::addColumn<QByteArray>("second");
+        QTest::addColumn<QStringList>("tree");
+        const QByteArray declared = "C\ta.h\t1;\"\tclass\nm\ta.h\t2;\"\tprototype\tclass:C\n";
+        const QByteArray defined = "C\ta.h\t1;\"\tclass\nm\ta.h\t2;\"\tfunction\tclass:C\n";
+        QTest::newRow("a method the class declared last time is defined in the class now")
+            << declared << defined << QStringList {"AClassTag C 1 0x80", "  AMethodTag C::m 2 0x100"};
+        QTest::newRow("a definition of a name another class declares stays in its own class")
+            << defined
+            << declared + "D\ta.h\t3;\"\tclass\nm\ta.h\t4;\"\tfunction\tclass:D\nm\ta.h\t5;\"\tfunction\tclass:C\n"
+            << QStringList {"AClassTag C 1 0x80", "  AMethodTag C::m 2 0x80", "AClassTag D 3 0x80",
+                            "  AMethodTag D::m 4 0x100", "AMethodTag C::m 5 0x100"};
+    }
+
+    void aReaderReadingAgainForgetsItsLastPass()
+    {
+        QFETCH(QByteArray, first);
+        QFETCH(QByteArray, second);
+        QFETCH(QStringList, tree);
+        QAStTagReader reader(project->addFile(QStringLiteral("./a.h")));
+        readInto(QStringLiteral("./a.h"), first, &reader);
+        QCOMPARE(treeOf(readInto(QStringLiteral("./a.h"), second, &reader)), tree);
+    }
+
     void includedFilesBecomeDependencies()
     {
         QAStFile* file = readInto(QStringLiteral("./a.c"), "p\ta.h\t1;\"\tprototype\nq\tgone/x.h\t2\nf\ta.c\t3;\"\tfunction\n");
