@@ -4,6 +4,7 @@
 #include "qastfile.h"
 #include "qastproject.h"
 #include "qastrootfolder.h"
+#include "qastnametable.h"
 #include "qasttagreader.h"
 #include "qasttagscanner.h"
 #include "recordinghost.h"
@@ -273,6 +274,39 @@ private slots:
         QAStTagReader reader(project->addFile(QStringLiteral("./a.h")));
         readInto(QStringLiteral("./a.h"), first, &reader);
         QCOMPARE(treeOf(readInto(QStringLiteral("./a.h"), second, &reader)), tree);
+    }
+
+    // The names of a pass go through growth of the table, and names whose
+    // hashes agree must still be told apart by their text.
+    void theNameTableFindsEveryNameItWasGiven_data()
+    {
+        QTest::addColumn<int>("count");
+        QTest::addColumn<bool>("oneHash");
+        QTest::newRow("a few names") << 3 << false;
+        QTest::newRow("names enough to grow the table many times") << 5000 << false;
+        QTest::newRow("names that all share one hash") << 200 << true;
+    }
+
+    void theNameTableFindsEveryNameItWasGiven()
+    {
+        QFETCH(int, count);
+        QFETCH(bool, oneHash);
+        const auto hashOf = [&](const QString& name) { return oneHash ? size_t(7) : QAStNameTable<int>::hashOf(name); };
+        QAStNameTable<int> table;
+        QVERIFY(!table.find(QStringLiteral("n0"), hashOf(QStringLiteral("n0"))));
+        for (int i = 0; i < count; ++i) {
+            const QString name = QStringLiteral("n%1").arg(i);
+            table.obtain(name, hashOf(name)) = i;
+        }
+        // A name given again keeps its entry.
+        table.obtain(QStringLiteral("n0"), hashOf(QStringLiteral("n0"))) += 0;
+        QCOMPARE(table.size(), qsizetype(count));
+        for (int i = 0; i < count; ++i) {
+            const QString name = QStringLiteral("n%1").arg(i);
+            const int* value = table.find(name, hashOf(name));
+            QVERIFY2(value && *value == i, qPrintable(name));
+        }
+        QVERIFY(!table.find(QStringLiteral("absent"), hashOf(QStringLiteral("absent"))));
     }
 
     void includedFilesBecomeDependencies()
