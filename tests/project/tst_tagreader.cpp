@@ -4,6 +4,7 @@
 #include "qastfile.h"
 #include "qastproject.h"
 #include "qastrootfolder.h"
+#include "qastnametable.h"
 #include "qasttagreader.h"
 #include "qasttagscanner.h"
 #include "recordinghost.h"
@@ -245,6 +246,67 @@ private slots:
         QCOMPARE(tree.first(), QStringLiteral("AFunctionTag ok 1 0x100"));
         QCOMPARE(tree.last(), QStringLiteral("AFunctionTag last 9 0x100"));
         QCOMPARE(tree.size(), kept ? 3 : 2);
+    }
+
+    // What a reader knows of the tags it made must not outlive its pass:
+    // the tags of the next pass may come at the same addresses.
+    void aReaderReadingAgainForgetsItsLastPass_data()
+    {
+        QTest::addColumn<QByteArray>("first");
+        QTest::addColumn<QByteArray>("second");
+        QTest::addColumn<QStringList>("tree");
+        const QByteArray declared = "C\ta.h\t1;\"\tclass\nm\ta.h\t2;\"\tprototype\tclass:C\n";
+        const QByteArray defined = "C\ta.h\t1;\"\tclass\nm\ta.h\t2;\"\tfunction\tclass:C\n";
+        QTest::newRow("a method the class declared last time is defined in the class now")
+            << declared << defined << QStringList {"AClassTag C 1 0x80", "  AMethodTag C::m 2 0x100"};
+        QTest::newRow("a definition of a name another class declares stays in its own class")
+            << defined
+            << declared + "D\ta.h\t3;\"\tclass\nm\ta.h\t4;\"\tfunction\tclass:D\nm\ta.h\t5;\"\tfunction\tclass:C\n"
+            << QStringList {"AClassTag C 1 0x80", "  AMethodTag C::m 2 0x80", "AClassTag D 3 0x80",
+                            "  AMethodTag D::m 4 0x100", "AMethodTag C::m 5 0x100"};
+    }
+
+    void aReaderReadingAgainForgetsItsLastPass()
+    {
+        QFETCH(QByteArray, first);
+        QFETCH(QByteArray, second);
+        QFETCH(QStringList, tree);
+        QAStTagReader reader(project->addFile(QStringLiteral("./a.h")));
+        readInto(QStringLiteral("./a.h"), first, &reader);
+        QCOMPARE(treeOf(readInto(QStringLiteral("./a.h"), second, &reader)), tree);
+    }
+
+    // The names of a pass go through growth of the table, and names whose
+    // hashes agree must still be told apart by their text.
+    void theNameTableFindsEveryNameItWasGiven_data()
+    {
+        QTest::addColumn<int>("count");
+        QTest::addColumn<bool>("oneHash");
+        QTest::newRow("a few names") << 3 << false;
+        QTest::newRow("names enough to grow the table many times") << 5000 << false;
+        QTest::newRow("names that all share one hash") << 200 << true;
+    }
+
+    void theNameTableFindsEveryNameItWasGiven()
+    {
+        QFETCH(int, count);
+        QFETCH(bool, oneHash);
+        const auto hashOf = [&](const QString& name) { return oneHash ? size_t(7) : QAStNameTable<int>::hashOf(name); };
+        QAStNameTable<int> table;
+        QVERIFY(!table.find(QStringLiteral("n0"), hashOf(QStringLiteral("n0"))));
+        for (int i = 0; i < count; ++i) {
+            const QString name = QStringLiteral("n%1").arg(i);
+            table.obtain(name, hashOf(name)) = i;
+        }
+        // A name given again keeps its entry.
+        table.obtain(QStringLiteral("n0"), hashOf(QStringLiteral("n0"))) += 0;
+        QCOMPARE(table.size(), qsizetype(count));
+        for (int i = 0; i < count; ++i) {
+            const QString name = QStringLiteral("n%1").arg(i);
+            const int* value = table.find(name, hashOf(name));
+            QVERIFY2(value && *value == i, qPrintable(name));
+        }
+        QVERIFY(!table.find(QStringLiteral("absent"), hashOf(QStringLiteral("absent"))));
     }
 
     void includedFilesBecomeDependencies()

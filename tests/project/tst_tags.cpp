@@ -305,6 +305,33 @@ private slots:
         QCOMPARE(asked->stubbableFiles(), expected);
     }
 
+    // A path is added in its cleaned, relative form, once; "-" clears the list.
+    void dependenciesAreKeptOnceEach_data()
+    {
+        QTest::addColumn<QStringList>("added");
+        QTest::addColumn<QStringList>("kept");
+        QTest::newRow("a key named twice is kept once, in the order first seen")
+            << QStringList {"a.h", "b.h", "a.h"} << QStringList {"./a.h", "./b.h"};
+        QTest::newRow("spellings of one path are one key")
+            << QStringList {"./x/../a.h", "a.h", ".\\a.h"} << QStringList {"./a.h"};
+        QTest::newRow("a key cleared may be added again")
+            << QStringList {"a.h", "b.h", "-", "b.h", "a.h"} << QStringList {"./b.h", "./a.h"};
+    }
+
+    void dependenciesAreKeptOnceEach()
+    {
+        QFETCH(QStringList, added);
+        QFETCH(QStringList, kept);
+        QAStFile* file = fileOf(QStringLiteral("a.c"));
+        for (const QString& path : added) {
+            if (path == QLatin1String("-"))
+                file->clearDependencies();
+            else
+                file->addDependency(path);
+        }
+        QCOMPARE(file->dependencies(), kept);
+    }
+
     void tagsSurviveTheObjectsFile()
     {
         QAStFile* file = fileOf(QStringLiteral("a.cpp"));

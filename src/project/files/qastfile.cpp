@@ -346,8 +346,10 @@ void QAStFile::addDependency(const QString& path)
     QString key = QDir::cleanPath(QDir::fromNativeSeparators(path));
     key.replace(QLatin1Char('\\'), QLatin1Char('/'));
     key = determineRelativePathFile(key);
-    if (!_dependencies.contains(key))
+    if (!_dependencySet.contains(key)) {
+        _dependencySet.insert(key);
         _dependencies.append(key);
+    }
 }
 
 void QAStFile::taggingInformation(bool force)

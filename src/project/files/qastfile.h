@@ -3,6 +3,7 @@
 #include "qasttestedtag.h"
 
 #include <QDateTime>
+#include <QSet>
 #include <QStringList>
 
 class QAStAClassTag;
@@ -102,7 +103,11 @@ public:
     QDateTime timeStamp() const { return _timeStamp; }
     const QStringList& dependencies() const { return _dependencies; }
     void addDependency(const QString& path);
-    void clearDependencies() { _dependencies.clear(); }
+    void clearDependencies()
+    {
+        _dependencies.clear();
+        _dependencySet.clear();
+    }
     void setQuiet(bool quiet) { _quiet = quiet; }
     bool isTagging() const { return _tagging; }
 
@@ -163,6 +168,8 @@ private:
     QAStAttribute<QString> _fileKey;
     QString _fullPath;
     QStringList _dependencies;
+    // The same keys, asked for each new one: a pass may name thousands.
+    QSet<QString> _dependencySet;
     QDateTime _timeStamp;
     QString _lastFileKey;
     bool _quiet = false;

@@ -171,9 +171,14 @@ void QAStTagReader::read(const char* data, qsizetype size)
     }
     _file->resetTimeStamp();
     _done = {_file};
+    _doneSet = {_file};
     _current = _file;
     _stale.clear();
     _scopes.clear();
+    _currentScopes = nullptr;
+    _methods.clear();
+    _classes.clear();
+    _pluginMade = false;
     _files.clear();
     _filesIndexed = false;
     _dependencyKeys.clear();
@@ -209,6 +214,9 @@ void QAStTagReader::read(const char* data, qsizetype size)
     }
     _file->setTimeStamp();
     emit _file->updated();
+    // Their addresses may be taken by others once the pass is over.
+    _methods.clear();
+    _classes.clear();
 }
 
 void QAStTagReader::advance()
@@ -453,6 +461,7 @@ QAStFile* QAStTagReader::fileOfLine(const QByteArrayView& text)
         if (!found)
             return nullptr;
         _current = found;
+        _currentScopes = nullptr;
         startFile(found);
     }
     return isStale(_current) ? _current : nullptr;
@@ -469,15 +478,17 @@ bool QAStTagReader::isStale(QAStFile* file)
 
 void QAStTagReader::startFile(QAStFile* file)
 {
-    if (_done.contains(file))
+    if (_doneSet.contains(file))
         return;
     _done.append(file);
+    _doneSet.insert(file);
     if (!isStale(file))
         return;
     forgetTagsOf(file);
     const QSignalBlocker quiet(file);
     file->deleteChildren();
-    _scopes.remove(file);
+    _scopes.erase(file);
+    _currentScopes = nullptr;
 }
 
 void QAStTagReader::forgetTagsOf(QAStFile* file)
@@ -497,17 +508,30 @@ void QAStTagReader::forgetTagsOf(QAStFile* file)
 
 QAStData* QAStTagReader::findBelow(const QString& qualified, const char* className, bool last)
 {
-    const Scopes& scopes = _scopes[_current];
-    QAStATag* found = (last ? scopes.last : scopes.first).value(qualified);
-    return found && found->inherits(className) ? found : nullptr;
+    const Scope* found = scopesOf(_current).find(qualified);
+    if (!found)
+        return nullptr;
+    QAStATag* tag = last ? found->last : found->first;
+    return tag->inherits(className) ? tag : nullptr;
 }
 
-void QAStTagReader::remember(QAStATag* tag, QAStFile* file, const QString& qualified)
+QAStTagReader::Scopes& QAStTagReader::scopesOf(QAStFile* file)
 {
+    // Lines of one file come in runs: its table is looked up once a run.
+    if (file == _current && _currentScopes)
+        return *_currentScopes;
     Scopes& scopes = _scopes[file];
-    if (!scopes.first.contains(qualified))
-        scopes.first.insert(qualified, tag);
-    scopes.last.insert(qualified, tag);
+    if (file == _current)
+        _currentScopes = &scopes;
+    return scopes;
+}
+
+void QAStTagReader::remember(QAStATag* tag, QAStFile* file, const QString& qualified, size_t hash)
+{
+    Scope& scope = scopesOf(file).obtain(qualified, hash);
+    if (!scope.first)
+        scope.first = tag;
+    scope.last = tag;
 }
 
 void QAStTagReader::addDependency(const QString& key)
@@ -607,6 +631,7 @@ QAStData* QAStTagReader::createTag(Line& values, QAStFile* file, QAStData* paren
     }
     case Class:
         tag = new QAStAClassTag(name, path, line, parent, after);
+        _classes.insert(tag);
         break;
     case Struct:
         tag = new QAStAStructTag(name, path, line, parent, after);
@@ -618,9 +643,11 @@ QAStData* QAStTagReader::createTag(Line& values, QAStFile* file, QAStData* paren
             // A definition outside its class, the class's declaration seen
             // first, hangs under the file and knows its class by name.
             auto* owner = qobject_cast<QAStAClassTag*>(parent);
-            if (owner && owner->method(name)) {
+            if (owner && hasMethod(owner, name)) {
                 parent = file;
                 after = lastChild(file);
+            } else if (owner) {
+                _methods.insert({owner, name});
             }
             tag = new QAStAMethodTag(name, path, line, parent, after);
             const QString separator = file->fileLanguage() == 8 ? QStringLiteral(".") : QStringLiteral("::");
@@ -637,13 +664,18 @@ QAStData* QAStTagReader::createTag(Line& values, QAStFile* file, QAStData* paren
     }
     tag->setQualifier(qualifier);
     _lastChild.insert(parent, tag);
-    if (auto* method = qobject_cast<QAStAMethodTag*>(tag); method && (qualifier & QAStATag::Body))
-        joinDeclaration(method, name);
-    // Spelt once for both indexes: it walks the ancestors.
-    const QString qualified = tag->qualifiedName();
+    // Spelt and hashed once for every table: it walks the ancestors.
+    QString qualified = tag->qualifiedName();
+    size_t hash = Index::hashOf(qualified);
+    if (auto* method = qobject_cast<QAStAMethodTag*>(tag); method && (qualifier & QAStATag::Body)) {
+        if (joinDeclaration(method, name, qualified, hash)) {
+            qualified = tag->qualifiedName();
+            hash = Index::hashOf(qualified);
+        }
+    }
     if (_functionsIndexed && qobject_cast<QAStAFunctionTag*>(tag))
-        indexFunction(tag, file, qualified);
-    remember(tag, file, qualified);
+        indexFunction(tag, file, qualified, hash);
+    remember(tag, file, qualified, hash);
     return tag;
 }
 
@@ -703,26 +735,28 @@ void QAStTagReader::indexFunctions()
     _entries.reserve(size_t(expected) * 2);
     for (QAStData* data : _project->rootFolder()->childrenOfClass("QAStAFunctionTag", true)) {
         auto* function = static_cast<QAStATag*>(data);
-        indexFunction(function, function->file(), function->qualifiedName());
+        const QString qualified = function->qualifiedName();
+        indexFunction(function, function->file(), qualified, Index::hashOf(qualified));
     }
 }
 
-void QAStTagReader::indexFunction(QAStATag* function, QAStFile* file, const QString& qualified)
+void QAStTagReader::indexFunction(QAStATag* function, QAStFile* file, const QString& qualified, size_t hash)
 {
     const Indexed entry {function, file, _serial++, -1};
     if (function->hasQualifier(QAStATag::Declaration)) {
-        append(_declarations, qualified, entry);
-        append(_prototypes, function->name(), entry);
+        append(_declarations, qualified, hash, entry);
+        const QString name = function->name();
+        append(_prototypes, name, Index::hashOf(name), entry);
     }
     if (function->hasQualifier(QAStATag::Body))
-        append(_bodies, qualified, entry);
+        append(_bodies, qualified, hash, entry);
 }
 
-void QAStTagReader::append(Index& index, const QString& name, const Indexed& entry)
+void QAStTagReader::append(Index& index, const QString& name, size_t hash, const Indexed& entry)
 {
     const qsizetype at = qsizetype(_entries.size());
     _entries.push_back(entry);
-    Chain& chain = index[name];
+    Chain& chain = index.obtain(name, hash);
     if (chain.last < 0)
         chain.first = at;
     else
@@ -743,10 +777,10 @@ QAStData* QAStTagReader::lastChild(QAStData* parent)
 }
 
 // Whether one of the tags indexed under \a name still lives.
-bool QAStTagReader::anyLeft(const Index& index, const QString& name) const
+bool QAStTagReader::anyLeft(const Index& index, const QString& name, size_t hash) const
 {
-    const auto found = index.constFind(name);
-    if (found == index.constEnd())
+    const Chain* found = index.find(name, hash);
+    if (!found)
         return false;
     for (qsizetype at = found->first; at >= 0; at = _entries[size_t(at)].next) {
         if (isAlive(_entries[size_t(at)]))
@@ -755,17 +789,17 @@ bool QAStTagReader::anyLeft(const Index& index, const QString& name) const
     return false;
 }
 
-void QAStTagReader::joinDeclaration(QAStATag* method, const QString& name)
+bool QAStTagReader::joinDeclaration(QAStATag* method, const QString& name, const QString& qualified, size_t hash)
 {
     indexFunctions();
-    if (anyLeft(_declarations, method->qualifiedName()))
-        return;
+    if (anyLeft(_declarations, qualified, hash))
+        return false;
     // The class may lie in a header: a prototype of the same name in the
     // files this one includes tells the method's name, the last one found
     // through the dependencies in their order.
-    const auto candidates = _prototypes.constFind(name);
-    if (candidates == _prototypes.constEnd())
-        return;
+    const Chain* candidates = _prototypes.find(name);
+    if (!candidates)
+        return false;
     // The dependencies only grow during the pass, and a file found stays
     // found: the order is extended from where its walk stopped, not walked
     // again from the first of thousands of headers for every method.
@@ -787,13 +821,18 @@ void QAStTagReader::joinDeclaration(QAStATag* method, const QString& name)
             continue;
         QAStATag* prototype = entry.tag;
         const int at = order.value(entry.file, -1);
-        if (at < 0 || at < chosenAt || anyLeft(_bodies, prototype->qualifiedName()))
+        if (at < 0 || at < chosenAt)
+            continue;
+        const QString prototypeName = prototype->qualifiedName();
+        if (anyLeft(_bodies, prototypeName, Index::hashOf(prototypeName)))
             continue;
         chosen = prototype;
         chosenAt = at;
     }
-    if (chosen)
-        method->setQualifiedName(chosen->qualifiedName());
+    if (!chosen)
+        return false;
+    method->setQualifiedName(chosen->qualifiedName());
+    return true;
 }
 
 QAStData* QAStTagReader::offerToPlugins(const Line& line, QAStData* parent)
@@ -813,7 +852,16 @@ QAStData* QAStTagReader::offerToPlugins(const Line& line, QAStData* parent)
             face->release();
         }
     }
-    if (!made)
+    if (made)
+        _pluginMade = true;
+    else
         warning("[info] TAGGING: %s is a kind of token not yet implemented", qPrintable(kind));
     return made;
+}
+
+bool QAStTagReader::hasMethod(const QAStAClassTag* owner, const QString& name) const
+{
+    if (_pluginMade || !_classes.contains(owner))
+        return owner->method(name);
+    return _methods.contains({owner, name});
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "qastnametable.h"
 #include "qasttagscanner.h"
 
 #include <QHash>
@@ -10,6 +11,7 @@
 #include <QStringList>
 #include <QVariant>
 
+#include <unordered_map>
 #include <vector>
 
 class QAStATag;
@@ -82,14 +84,14 @@ private:
     void error(const char* text);
     void skipRest();
     QAStData* findBelow(const QString& qualified, const char* className, bool last);
-    void remember(QAStATag* tag, QAStFile* file, const QString& qualified);
+    void remember(QAStATag* tag, QAStFile* file, const QString& qualified, size_t hash);
     void addDependency(const QString& key);
-    void joinDeclaration(QAStATag* method, const QString& name);
+    bool joinDeclaration(QAStATag* method, const QString& name, const QString& qualified, size_t hash);
     void indexFiles();
     QAStFile* knownFile(const QString& key);
     QAStFile* addDependencyFile(const QString& key);
     void indexFunctions();
-    void indexFunction(QAStATag* function, QAStFile* file, const QString& qualified);
+    void indexFunction(QAStATag* function, QAStFile* file, const QString& qualified, size_t hash);
     void forgetTagsOf(QAStFile* file);
     bool isStale(QAStFile* file);
     QAStData* lastChild(QAStData* parent);
@@ -101,6 +103,7 @@ private:
     int _token = QAStTagScanner::TK_END;
     QAStFile* _current = nullptr;
     QList<QAStFile*> _done;
+    QSet<QAStFile*> _doneSet;
     QString _package;
     QStringList _errors;
     QStringList _pluginKinds;
@@ -129,10 +132,10 @@ private:
         qsizetype first = -1;
         qsizetype last = -1;
     };
-    using Index = QHash<QString, Chain>;
+    using Index = QAStNameTable<Chain>;
     bool isAlive(const Indexed& entry) const { return entry.serial >= _renewedAt.value(entry.file, 0); }
-    bool anyLeft(const Index& index, const QString& name) const;
-    void append(Index& index, const QString& name, const Indexed& entry);
+    bool anyLeft(const Index& index, const QString& name, size_t hash) const;
+    void append(Index& index, const QString& name, size_t hash, const Indexed& entry);
     std::vector<Indexed> _entries;
     Index _declarations;
     Index _bodies;
@@ -152,9 +155,22 @@ private:
     // Tags of each file by qualified name, as the lines made them: the
     // scopes of later lines are found here instead of in the whole file.
     // They are forgotten with the tags of their file.
-    struct Scopes {
-        QHash<QString, QAStATag*> first;
-        QHash<QString, QAStATag*> last;
+    struct Scope {
+        QAStATag* first = nullptr;
+        QAStATag* last = nullptr;
     };
-    QHash<QAStFile*, Scopes> _scopes;
+    using Scopes = QAStNameTable<Scope>;
+    // By node, so that the scopes of the current file stay where they are
+    // while other files come and go.
+    std::unordered_map<QAStFile*, Scopes> _scopes;
+    // The methods this pass made under each class it made, by name, in
+    // place of a walk of the class for each definition: a class of the pass
+    // lives through the pass. Any other class, or any class once a plug-in
+    // made a tag (it may be a method), is asked.
+    QSet<std::pair<const QAStData*, QString>> _methods;
+    QSet<const QAStData*> _classes;
+    bool _pluginMade = false;
+    bool hasMethod(const QAStAClassTag* owner, const QString& name) const;
+    Scopes* _currentScopes = nullptr;
+    Scopes& scopesOf(QAStFile* file);
 };
