@@ -4,7 +4,9 @@
 #include "recordinghost.h"
 
 #include <QDirIterator>
+#include <QMap>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 
 #include <memory>
@@ -22,6 +24,20 @@ struct BatchFixture {
     QString path(const QString& name) const { return work.filePath(name); }
     /// The bytes of a file; empty when it cannot be read.
     static QByteArray contents(const QString& path) { return readFile(path); }
+    /// The lines "path: runs (reason)" of an explanation, or those of the
+    /// nodes that do not run: each node's reason by its path.
+    static QMap<QString, QString> explanation(const QString& out, bool runs)
+    {
+        QMap<QString, QString> nodes;
+        static const QRegularExpression line(QStringLiteral("^ *(.+): (runs|skipped) \\((.*)\\)$"),
+                                             QRegularExpression::MultilineOption);
+        for (auto it = line.globalMatch(out); it.hasNext();) {
+            const QRegularExpressionMatch match = it.next();
+            if ((match.captured(2) == QLatin1String("runs")) == runs)
+                nodes.insert(match.captured(1), match.captured(3));
+        }
+        return nodes;
+    }
     /// The file that the variable BATCH_TEST_FILE names for the scripts.
     QString scriptFile() const { return path(QStringLiteral("batch-test-file")); }
 

@@ -6,7 +6,6 @@
 #include <QDateTime>
 #include <QDomDocument>
 #include <QFile>
-#include <QRegularExpression>
 
 /// A project of three test nodes of the kind "run_test" under the group
 /// "Unit tests" (Queue, Stack and List, one source each) and an excluded
@@ -142,20 +141,6 @@ exit(-e "results/$name.fail" || -e "results/$name.fail-$CONFIGURATION" ? 1 : 0);
 )";
     }
 
-    /// The lines "path: runs (reason)" of an explanation, or those of the
-    /// nodes that do not run: each node's reason by its path.
-    static QMap<QString, QString> explanation(const QString& out, bool runs)
-    {
-        QMap<QString, QString> nodes;
-        static const QRegularExpression line(QStringLiteral("^ *(.+): (runs|skipped) \\((.*)\\)$"),
-                                             QRegularExpression::MultilineOption);
-        for (auto it = line.globalMatch(out); it.hasNext();) {
-            const QRegularExpressionMatch match = it.next();
-            if ((match.captured(2) == QLatin1String("runs")) == runs)
-                nodes.insert(match.captured(1), match.captured(3));
-        }
-        return nodes;
-    }
     static QDomDocument parse(const QString& path)
     {
         QFile file(path);

@@ -1,11 +1,15 @@
 #include "batchfixture.h"
 
+#include <QJsonDocument>
+#include <QSet>
 #include <QTest>
 
 // The bundled sensor example, built and tested end to end as a new user
-// first sees it: every test node passes, a second run builds nothing, the
+// first sees it: every test node passes, a second run builds nothing, after
+// a header changed the explanation names what the next build runs, the
 // instrumented configuration shows the share of functions that ran, and a
 // wrong expected value is reported with its script line and fails its node.
+// Two programs share the file: the whole example, and single test nodes.
 class tst_BatchExample : public QObject
 {
     Q_OBJECT
@@ -29,9 +33,25 @@ class tst_BatchExample : public QObject
 
     static const char* plain() { return "GNU C native (x86_64 Linux)"; }
 
+    /// The names of the nodes that a build of \a project ran.
+    QSet<QString> built(const QString& project)
+    {
+        const QString lines = fixture.path(QStringLiteral("built.jsonl"));
+        const BatchFixture::Run run = fixture.run({QStringLiteral("--json"), lines, project, QStringLiteral("build")},
+                                                  RecordingHost::stageDir());
+        QSet<QString> names;
+        QFile file(lines);
+        if (run.status != 0 || !file.open(QIODevice::ReadOnly))
+            return {QStringLiteral("build failed: ") + run.out + run.err};
+        while (!file.atEnd())
+            names.insert(QJsonDocument::fromJson(file.readLine())[QLatin1String("name")].toString());
+        return names;
+    }
+
 private slots:
+#ifndef SDK_BATCHEXAMPLE_NODES
     // Run a second time, the example is up to date: nothing is built, and
-    // every test runs again.
+    // every test runs again. Then a header changes.
     void theWholeExamplePassesAndThenIsUpToDate()
     {
         const QString project = copySensor();
@@ -48,7 +68,17 @@ private slots:
             QCOMPARE(run.out.contains(QLatin1String("end Sensor.ringbuf.c: success")), !again);
             QCOMPARE(run.out.contains(QLatin1String("start ControllerTest.controller.ptu")), !again);
         }
+        QVERIFY(touchFile(fixture.path(QStringLiteral("sensor/src/filter.h")), 5));
+        const BatchFixture::Run explained = fixture.run({project, QStringLiteral("explain")}, RecordingHost::stageDir());
+        QCOMPARE(explained.status, 0);
+        const QStringList running = BatchFixture::explanation(explained.out, true).keys();
+        // The filter's users in the library, the program and the controller's test.
+        for (const char* node : {"Sensor.filter.c", "Sensor.controller.c", "Device.main.c", "ControllerTest.filter.c"})
+            QVERIFY2(running.contains(QLatin1String(node)), qPrintable(explained.out));
+        QVERIFY2(!running.contains(QLatin1String("Sensor.crc16.c")), qPrintable(explained.out));
+        QCOMPARE(built(project), QSet<QString>(running.begin(), running.end()));
     }
+#else
 
     void oneTestNode_data()
     {
@@ -91,6 +121,7 @@ private slots:
                                                     "Expected 10674 Was 10673")),
                      qPrintable(run.err));
     }
+#endif
 };
 
 QTEST_MAIN(tst_BatchExample)

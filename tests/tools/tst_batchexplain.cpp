@@ -45,7 +45,7 @@ private slots:
     {
         QFETCH(QString, node);
         QFETCH(bool, runs);
-        QTEST(RunProjectFixture::explanation(explained.out, runs).value(node), "reason");
+        QTEST(BatchFixture::explanation(explained.out, runs).value(node), "reason");
     }
 
     void theBuildRunsWhatTheExplanationSays()
@@ -58,9 +58,9 @@ private slots:
         QVERIFY(file.open(QIODevice::ReadOnly));
         while (!file.atEnd())
             ended.insert(QJsonDocument::fromJson(file.readLine())[QLatin1String("name")].toString());
-        const QStringList running = RunProjectFixture::explanation(explained.out, true).keys();
+        const QStringList running = BatchFixture::explanation(explained.out, true).keys();
         QCOMPARE(ended, QSet<QString>(running.begin(), running.end()));
-        QCOMPARE(running.size() + RunProjectFixture::explanation(explained.out, false).size(), 9);
+        QCOMPARE(running.size() + BatchFixture::explanation(explained.out, false).size(), 9);
     }
 };
 

@@ -21,7 +21,7 @@ private slots:
             const BatchFixture::Run run = fixture.run({"--shard", shard, "explain"});
             QCOMPARE(run.status, 0);
             for (const char* node : {"Unit tests.Queue", "Unit tests.Stack", "Unit tests.List"}) {
-                if (RunProjectFixture::explanation(run.out, true).contains(QLatin1String(node)))
+                if (BatchFixture::explanation(run.out, true).contains(QLatin1String(node)))
                     kept << node;
             }
         }

@@ -38,9 +38,8 @@ QString testability(QAStATag* tag)
         return QStringLiteral("not testable");
     if (tag->isDirectlyTestable())
         return QStringLiteral("testable");
-        return QStringLiteral("testable through ") + (tag->directlyTestableParent()
-                                                           ? tag->directlyTestableParent()->qualifiedName()
-                                                           : QStringLiteral("its file"));
+    const QAStATag* parent = tag->directlyTestableParent();
+    return QStringLiteral("testable through ") + (parent ? parent->qualifiedName() : QStringLiteral("its file"));
 }
 
 void printTree(QAStFile* file, QTextStream& out)
