@@ -102,7 +102,23 @@ sub compile_command {
     my $compiler = $port->{COMPILER};
     die "the Target Deployment Port $port->{DIRECTORY} names no COMPILER\n" unless defined $compiler && length $compiler;
     my $object = object_name($port, $file, intermediate_dir());
-    return ($file, $object, $compiler, compile_flags(), instrumentation_flags(), '-c', $file, '-o', $object);
+    return ($file, $object, $compiler, compile_flags(), instrumentation_flags(), '-c', $file, '-o', $object,
+            dependency_options($compiler, $object));
+}
+
+# The headers that the compile read, as a make rule beside the object: the
+# studio takes them for the source's dependencies, which decide the next
+# build. Compilers that write no such rule get no option.
+sub dependency_options {
+    my ($compiler, $object) = @_;
+    return () unless basename($compiler) =~ /(?:gcc|g\+\+|clang|clang\+\+|\bcc|c\+\+)(?:-[\d.]+)?$/;
+    return ('-MMD', '-MF', rule_name($object));
+}
+
+sub rule_name {
+    my ($object) = @_;
+    (my $rule = $object) =~ s/\.[^.\/]*$/.d/;
+    return $rule;
 }
 
 # One entry of a compilation database for the node's file, on one line;
@@ -136,18 +152,12 @@ sub compile_source {
     my @instrumentation = instrumentation_flags();
     # An object of an earlier run must not pass for this one's.
     unlink $object;
-    # The headers that the compile read, as a make rule: the studio takes
-    # them for the source's dependencies, which decide the next build.
-    my @rule;
-    (my $rule = $object) =~ s/\.[^.\/]*$/.d/;
-    if (basename($port->{COMPILER}) =~ /(?:gcc|g\+\+|clang|clang\+\+|\bcc|c\+\+)(?:-[\d.]+)?$/) {
-        unlink $rule;
-        @rule = ('-MMD', '-MF', $rule);
-    }
-    my $status = run_tool(@command, @rule);
+    my $rule = rule_name($object);
+    unlink $rule;
+    my $status = run_tool(@command);
     return $status if $status;
     log_file('OBJ', $object);
-    log_file('DEP', $rule) if @rule && -f $rule;
+    log_file('DEP', $rule) if -f $rule;
     my $coverage = grep { $_ eq '--coverage' } @instrumentation;
     if ($coverage) {
         (my $notes = $object) =~ s/\.[^.\/]*$/.gcno/;
