@@ -30,7 +30,8 @@ namespace {
 const char usage[] =
     "usage: velmont-batch [--config NAME] PROJECT COMMAND [NODE]\n"
     "       velmont-batch [--config A,B,...] [--junit FILE] [--json FILE] [--shard K/N]\n"
-    "                     [--dry-run[=DIR]] [--no-save] PROJECT build|rebuild|execute [NODE]\n"
+    "                     [--dry-run[=DIR]] [--no-save]\n"
+    "                     PROJECT build|rebuild|execute [NODE]\n"
     "       velmont-batch [--config NAME] [--stroud N] PROJECT metrics FILE...\n"
     "       velmont-batch ports\n"
     "       velmont-batch plugins\n"
