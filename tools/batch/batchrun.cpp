@@ -166,12 +166,6 @@ BatchNodeRecord BatchRun::recordOf(QAStNode* node) const
     }
     if (record.test)
         record.tests = BatchReport::readResultFile(node->outFileName(QStringLiteral("XRD")));
-    // The coverage file is whole only when the stream has been read to its
-    // end, and it is this run's only when the run was followed: the file of
-    // an earlier run in another configuration may lie at the same place.
-    auto* test = qobject_cast<QAStNodeTest*>(node);
-    if (test && _session.finishFollowing(test))
-        record.functionCoverage = BatchReport::readFunctionCoverage(test->tioFile());
     return record;
 }
 
@@ -187,7 +181,14 @@ void BatchRun::ended(QAStNode* node)
         _started.remove(node);
         return;
     }
-    _records.append(recordOf(node));
+    BatchNodeRecord record = recordOf(node);
+    // The coverage file is whole only when the stream has been read to its
+    // end, and it is this run's only when the run was followed: the file of
+    // an earlier run in another configuration may lie at the same place.
+    auto* test = qobject_cast<QAStNodeTest*>(node);
+    if (test && _session.finishFollowing(test))
+        record.functionCoverage = BatchReport::readFunctionCoverage(test->tioFile());
+    _records.append(std::move(record));
     _started.remove(node);
     if (_json.isOpen()) {
         _json.write(BatchReport::jsonLine(_records.constLast()) + '\n');
