@@ -22,22 +22,28 @@ void QAFileUtil::pathToStringList(const QString& path, QStringList& list)
 
 QString QAFileUtil::absPathToRelative(const QString& base, const QString& path)
 {
-    QStringList baseList;
-    QStringList pathList;
-    pathToStringList(base, baseList);
-    pathToStringList(path, pathList);
-    if (baseList.isEmpty() || pathList.isEmpty() || baseList.first() != pathList.first())
+    // The parts are compared in place: a tag pass makes the paths of
+    // thousands of headers relative, and lists of parts cost it more than
+    // the rest of the work on a file.
+    const QChar separator = QDir::separator();
+    const auto baseParts = QStringView(base).tokenize(separator, Qt::SkipEmptyParts);
+    const auto pathParts = QStringView(path).tokenize(separator, Qt::SkipEmptyParts);
+    auto inBase = baseParts.begin();
+    auto inPath = pathParts.begin();
+    if (inBase == baseParts.end() || inPath == pathParts.end() || *inBase != *inPath)
         return path;
-
-    qsizetype common = 0;
-    while (common < baseList.size() && common < pathList.size()
-           && baseList.at(common) == pathList.at(common))
-        ++common;
-
+    while (inBase != baseParts.end() && inPath != pathParts.end() && *inBase == *inPath) {
+        ++inBase;
+        ++inPath;
+    }
     QString result;
-    for (qsizetype i = common; i < baseList.size(); ++i)
-        result += QLatin1String("..") + QDir::separator();
-    result += pathList.mid(common).join(QDir::separator());
+    for (; inBase != baseParts.end(); ++inBase)
+        result += QLatin1String("..") + separator;
+    for (bool first = true; inPath != pathParts.end(); ++inPath, first = false) {
+        if (!first)
+            result += separator;
+        result += *inPath;
+    }
     return result.isEmpty() ? QStringLiteral(".") : result;
 }
 

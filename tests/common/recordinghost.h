@@ -106,11 +106,19 @@ public:
     /// Answers the next two textAnswers as the name and the filters.
     bool getFolder(QString* name, QString* filters) override;
 
+    /// Records the name asked for; no picture.
+    QPixmap pixmap(const QString& name) override
+    {
+        pixmapsAsked << name;
+        return QPixmap();
+    }
+
     /// All text that reached console \a id, in arrival order.
     QString consoleText(int id, bool errorsOnly = false) const;
 
     QStringList perl;
     QStringList viewers;
+    QStringList pixmapsAsked;
     QList<Message> messages;
     QList<int> cleared;
     QStringList editorRequests;

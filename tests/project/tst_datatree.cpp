@@ -272,6 +272,7 @@ private slots:
         QTest::newRow("no common first piece") << "/a/b" << "/x/y" << "/x/y";
         QTest::newRow("equal") << "/a/b" << "/a/b" << ".";
         QTest::newRow("doubled separators ignored") << "/a//b/" << "/a/b/c" << "c";
+        QTest::newRow("a part that only begins like the base's differs") << "/a/bc" << "/a/b/x" << "../b/x";
     }
     void absPathToRelative()
     {

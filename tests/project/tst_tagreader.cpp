@@ -183,6 +183,12 @@ private slots:
             << QByteArray("C\ta.h\t1;\"\tclass\nm\ta.h\t2;\"\tprototype\tclass:C\taccess:public\n"
                           "m\ta.h\t5;\"\tfunction\tclass:C\n")
             << QStringList {"AClassTag C 1 0x80", "  AMethodTag C::m 2 0x81", "AMethodTag C::m 5 0x100"};
+        QTest::newRow("a reopened namespace takes what follows; tags before the first scope are found")
+            << "a.h"
+            << QByteArray("n\ta.h\t1;\"\tnamespace\nf\ta.h\t2;\"\tprototype\nn\ta.h\t3;\"\tnamespace\n"
+                          "C\ta.h\t4;\"\tclass\tnamespace:n\nm\ta.h\t5;\"\tprototype\tclass:n::C\n")
+            << QStringList {"APackageTag n 1 0x800", "AFunctionTag f 2 0x80", "APackageTag n 3 0x800",
+                            "  AClassTag n::C 4 0x80", "    AMethodTag n::C::m 5 0x80"};
         QTest::newRow("java classes reach their package and are dotted")
             << "A.java"
             << QByteArray("p\tA.java\t1;\"\tpackage\nA\tA.java\t2;\"\tclass\nm\tA.java\t3;\"\tmethod\tclass:A\n")

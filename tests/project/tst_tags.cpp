@@ -109,6 +109,9 @@ private slots:
         QTest::newRow("a Java source") << "A.java" << 15 << 8;
         QTest::newRow("a workspace by its own pattern") << "w.vmw" << 2 << 0;
         QTest::newRow("a makefile by its prefix") << "Makefile.am" << 17 << 0;
+        QTest::newRow("a makefile's prefix comes before data files") << "Makefile.csv" << 17 << 0;
+        QTest::newRow("C comes before a makefile's prefix") << "dir/makefile.c" << 10 << 1;
+        QTest::newRow("a folder's suffix is not the file's") << "dir.c/README" << 27 << 0;
         QTest::newRow("a pattern must match the whole name") << "a.cpp.bak" << 27 << 0;
         QTest::newRow("a user kind") << "x.zz" << 26 << 0;
     }
@@ -123,6 +126,54 @@ private slots:
         QCOMPARE(QAStFile::fileType(name), type);
         QCOMPARE(QAStFile::languageType(name), language);
         QAStData::preferences()->setValue(QStringLiteral("fileTypes"), QString());
+    }
+
+    void iconsFollowTheQualifier_data()
+    {
+        QTest::addColumn<QString>("tag");
+        QTest::addColumn<int>("qualifier");
+        QTest::addColumn<QString>("icon");
+        QTest::newRow("a class") << "0 c C" << 0x80 << "class_xpm";
+        QTest::newRow("a private class") << "0 c C" << 0x84 << "class_private_xpm";
+        QTest::newRow("a protected class") << "0 c C" << 0x82 << "class_protected_xpm";
+        QTest::newRow("a public method") << "0 m m" << 0x81 << "function_xpm";
+        QTest::newRow("a private method") << "0 m m" << 0x104 << "method_private_xpm";
+        QTest::newRow("a protected method") << "0 m m" << 0x82 << "method_protected_xpm";
+        QTest::newRow("a function") << "0 f f" << 0x100 << "function_xpm";
+        QTest::newRow("a structure") << "0 s s" << 0x80 << "structure_xpm";
+        QTest::newRow("a namespace") << "0 p n" << 0x800 << "namespace_xpm";
+        QTest::newRow("a package specification") << "0 p p" << 0x80 << "package_spec_xpm";
+        QTest::newRow("a package body") << "0 p p" << 0x100 << "package_xpm";
+        QTest::newRow("a word of a script") << "0 t t" << 0x4000 << "script_tag_xpm";
+    }
+
+    // The picture is found when asked, and a view that shows the tag hears
+    // of a new one when the qualifier changes.
+    void iconsFollowTheQualifier()
+    {
+        QFETCH(QString, tag);
+        QFETCH(int, qualifier);
+        QFETCH(QString, icon);
+        QAStATag* made = build(project->addFile(dir.filePath(QStringLiteral("a.cpp"))), {tag}).first();
+        QSignalSpy changed(made, &QAStData::iconChanged);
+        host.pixmapsAsked.clear();
+        made->setQualifier(qualifier);
+        QCOMPARE(changed.count(), 1);
+        QCOMPARE(host.pixmapsAsked, QStringList {icon});
+        made->icon();
+        QCOMPARE(host.pixmapsAsked, QStringList({icon, icon}));
+    }
+
+    void aChosenIconStays()
+    {
+        QAStATag* made = build(project->addFile(dir.filePath(QStringLiteral("a.cpp"))), {"0 f f"}).first();
+        made->setIconByFileName(QStringLiteral("mine.xpm"));
+        QSignalSpy changed(made, &QAStData::iconChanged);
+        host.pixmapsAsked.clear();
+        made->setQualifier(0x104);
+        made->icon();
+        QCOMPARE(changed.count(), 0);
+        QCOMPARE(host.pixmapsAsked, QStringList());
     }
 
     void filtersOfTheAddFilesDialog()

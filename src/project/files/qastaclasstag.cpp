@@ -12,14 +12,12 @@ QAStAClassTag::QAStAClassTag(const QString& name, const QString& filePath, int l
                              QAStData* after)
     : QAStTestedTag(name, filePath, line, parent, after)
 {
-    setQualifier(0);
 }
 
 QAStAClassTag::QAStAClassTag(const QDomElement& element, int version, QAStData* parent, QAStData* after)
     : QAStTestedTag(element, version, parent, after)
 {
     _inherits = xmlValueToStringList(element.firstChildElement(QStringLiteral("inherits")).text());
-    setQualifier(_qualifier);
 }
 
 void QAStAClassTag::write(QTextStream& stream, int indent)
@@ -36,19 +34,17 @@ void QAStAClassTag::write(QTextStream& stream, int indent)
 QString QAStAClassTag::qualifiedName() const
 {
     // Classes never keep a stored name: nesting spells it.
-    return nameThroughAncestors({QStringLiteral("QAStAPackageTag"), QStringLiteral("QAStAClassTag")},
+    return nameThroughAncestors(PackageScopes | ClassScopes,
                                 language() == 8 ? QStringLiteral(".") : QStringLiteral("::"));
 }
 
-void QAStAClassTag::setQualifier(int qualifier)
+QString QAStAClassTag::qualifierIcon() const
 {
-    _qualifier = qualifier;
-    if (qualifier & Private)
-        setIcon(pixmap(QStringLiteral("class_private_xpm")));
-    else if (qualifier & Protected)
-        setIcon(pixmap(QStringLiteral("class_protected_xpm")));
-    else
-        setIcon(pixmap(QStringLiteral("class_xpm")));
+    if (_qualifier & Private)
+        return QStringLiteral("class_private_xpm");
+    if (_qualifier & Protected)
+        return QStringLiteral("class_protected_xpm");
+    return QStringLiteral("class_xpm");
 }
 
 QStringList QAStAClassTag::stubbableFiles()

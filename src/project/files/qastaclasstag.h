@@ -18,7 +18,6 @@ public:
 
     void write(QTextStream& stream, int indent) override;
     QString qualifiedName() const override;
-    void setQualifier(int qualifier) override;
     QStringList stubbableFiles() override;
     bool isTestable() const override;
     bool isDirectlyTestable() const override;
@@ -36,6 +35,9 @@ public:
     QList<QAStAClassTag*> generalize() const;
     const QStringList& inherits() const { return _inherits; }
     void setInherits(const QStringList& bases) { _inherits = bases; }
+
+protected:
+    QString qualifierIcon() const override;
 
 private:
     QStringList _inherits;

@@ -15,13 +15,11 @@ QAStAFunctionTag::QAStAFunctionTag(const QString& name, const QString& filePath,
                                    QAStData* after)
     : QAStTestedTag(name, filePath, line, parent, after)
 {
-    setQualifier(0);
 }
 
 QAStAFunctionTag::QAStAFunctionTag(const QDomElement& element, int version, QAStData* parent, QAStData* after)
     : QAStTestedTag(element, version, parent, after)
 {
-    setQualifier(_qualifier);
 }
 
 void QAStAFunctionTag::write(QTextStream& stream, int indent)
@@ -38,13 +36,12 @@ QString QAStAFunctionTag::qualifiedName() const
 {
     if (!_qualifiedName.isEmpty())
         return _qualifiedName;
-    return nameThroughAncestors({QStringLiteral("QAStAPackageTag")}, QStringLiteral("."));
+    return nameThroughAncestors(PackageScopes, QStringLiteral("."));
 }
 
-void QAStAFunctionTag::setQualifier(int qualifier)
+QString QAStAFunctionTag::qualifierIcon() const
 {
-    _qualifier = qualifier;
-    setIcon(pixmap(QStringLiteral("function_xpm")));
+    return QStringLiteral("function_xpm");
 }
 
 QStringList QAStAFunctionTag::stubbableFiles()

@@ -20,7 +20,6 @@ public:
     QAPropertyGroup* propertyGroup() override;
     void localActionMenuItems(QMenu* menu) override;
     QString qualifiedName() const override;
-    void setQualifier(int qualifier) override;
     QStringList stubbableFiles() override;
     bool isTestable() const override;
     bool isDirectlyTestable() const override;
@@ -41,6 +40,7 @@ public slots:
 
 protected:
     void writeFunction(QTextStream& stream, int indent);
+    QString qualifierIcon() const override;
 
 private:
     QAStAFunctionTag* counterpart(int bit) const;

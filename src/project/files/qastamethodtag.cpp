@@ -11,7 +11,6 @@ QAStAMethodTag::QAStAMethodTag(const QString& name, const QString& filePath, int
                                QAStData* after)
     : QAStAFunctionTag(name, filePath, line, parent, after)
 {
-    setQualifier(0);
 }
 
 QAStAMethodTag::QAStAMethodTag(const QDomElement& element, int version, QAStData* parent, QAStData* after)
@@ -20,7 +19,6 @@ QAStAMethodTag::QAStAMethodTag(const QDomElement& element, int version, QAStData
     const QDomElement complete = element.firstChildElement(QStringLiteral("complete_name"));
     if (!complete.isNull())
         _qualifiedName = xmlValueToString(complete.text());
-    setQualifier(_qualifier);
 }
 
 void QAStAMethodTag::write(QTextStream& stream, int indent)
@@ -42,18 +40,16 @@ QString QAStAMethodTag::qualifiedName() const
 {
     if (!_qualifiedName.isEmpty())
         return _qualifiedName;
-    return nameThroughAncestors({QStringLiteral("QAStAPackageTag"), QStringLiteral("QAStAClassTag")}, separator());
+    return nameThroughAncestors(PackageScopes | ClassScopes, separator());
 }
 
-void QAStAMethodTag::setQualifier(int qualifier)
+QString QAStAMethodTag::qualifierIcon() const
 {
-    _qualifier = qualifier;
-    if (qualifier & Private)
-        setIcon(pixmap(QStringLiteral("method_private_xpm")));
-    else if (qualifier & Protected)
-        setIcon(pixmap(QStringLiteral("method_protected_xpm")));
-    else
-        setIcon(pixmap(QStringLiteral("function_xpm")));
+    if (_qualifier & Private)
+        return QStringLiteral("method_private_xpm");
+    if (_qualifier & Protected)
+        return QStringLiteral("method_protected_xpm");
+    return QStringLiteral("function_xpm");
 }
 
 bool QAStAMethodTag::isARootItem() const

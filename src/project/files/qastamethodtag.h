@@ -18,7 +18,6 @@ public:
 
     void write(QTextStream& stream, int indent) override;
     QString qualifiedName() const override;
-    void setQualifier(int qualifier) override;
     bool isDirectlyTestable() const override;
     bool isARootItem() const override;
 
@@ -27,6 +26,9 @@ public:
     /// The class of the method: its ancestor, or the project's class named
     /// by classPrefix().
     QAStAClassTag* ofClass() const;
+
+protected:
+    QString qualifierIcon() const override;
 
 private:
     QString separator() const;

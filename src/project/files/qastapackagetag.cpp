@@ -9,7 +9,6 @@ QAStAPackageTag::QAStAPackageTag(const QString& name, const QString& filePath, i
                                  QAStData* after)
     : QAStTestedTag(name, filePath, line, parent, after)
 {
-    setQualifier(0);
 }
 
 QAStAPackageTag::QAStAPackageTag(const QDomElement& element, int version, QAStData* parent, QAStData* after)
@@ -18,7 +17,6 @@ QAStAPackageTag::QAStAPackageTag(const QDomElement& element, int version, QAStDa
     const QDomElement complete = element.firstChildElement(QStringLiteral("complete_name"));
     if (!complete.isNull())
         _qualifiedName = xmlValueToString(complete.text());
-    setQualifier(_qualifier);
 }
 
 void QAStAPackageTag::write(QTextStream& stream, int indent)
@@ -38,19 +36,17 @@ QString QAStAPackageTag::qualifiedName() const
         return _qualifiedName;
     // Ada child units are dotted; namespaces, and Java packages among
     // themselves, go by "::".
-    return nameThroughAncestors({QStringLiteral("QAStAPackageTag")},
+    return nameThroughAncestors(PackageScopes,
                                 language() == 4 ? QStringLiteral(".") : QStringLiteral("::"));
 }
 
-void QAStAPackageTag::setQualifier(int qualifier)
+QString QAStAPackageTag::qualifierIcon() const
 {
-    _qualifier = qualifier;
-    if (qualifier & (Namespace | JavaPackage))
-        setIcon(pixmap(QStringLiteral("namespace_xpm")));
-    else if (qualifier & Declaration)
-        setIcon(pixmap(QStringLiteral("package_spec_xpm")));
-    else
-        setIcon(pixmap(QStringLiteral("package_xpm")));
+    if (_qualifier & (Namespace | JavaPackage))
+        return QStringLiteral("namespace_xpm");
+    if (_qualifier & Declaration)
+        return QStringLiteral("package_spec_xpm");
+    return QStringLiteral("package_xpm");
 }
 
 QStringList QAStAPackageTag::stubbableFiles()

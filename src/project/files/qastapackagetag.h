@@ -18,7 +18,6 @@ public:
 
     void write(QTextStream& stream, int indent) override;
     QString qualifiedName() const override;
-    void setQualifier(int qualifier) override;
     QStringList stubbableFiles() override;
     bool isTestable() const override;
     bool isDirectlyTestable() const override;
@@ -27,4 +26,7 @@ public:
 
     /// The functions directly in the unit.
     QList<QAStAFunctionTag*> functions() const;
+
+protected:
+    QString qualifierIcon() const override;
 };

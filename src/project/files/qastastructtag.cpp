@@ -4,13 +4,11 @@ QAStAStructTag::QAStAStructTag(const QString& name, const QString& filePath, int
                                QAStData* after)
     : QAStTestedTag(name, filePath, line, parent, after)
 {
-    setQualifier(0);
 }
 
 QAStAStructTag::QAStAStructTag(const QDomElement& element, int version, QAStData* parent, QAStData* after)
     : QAStTestedTag(element, version, parent, after)
 {
-    setQualifier(_qualifier);
 }
 
 void QAStAStructTag::write(QTextStream& stream, int indent)
@@ -20,14 +18,13 @@ void QAStAStructTag::write(QTextStream& stream, int indent)
 
 QString QAStAStructTag::qualifiedName() const
 {
-    return nameThroughAncestors({QStringLiteral("QAStAPackageTag"), QStringLiteral("QAStAClassTag")},
+    return nameThroughAncestors(PackageScopes | ClassScopes,
                                 language() == 8 ? QStringLiteral(".") : QStringLiteral("::"));
 }
 
-void QAStAStructTag::setQualifier(int qualifier)
+QString QAStAStructTag::qualifierIcon() const
 {
-    _qualifier = qualifier;
-    setIcon(pixmap(QStringLiteral("structure_xpm")));
+    return QStringLiteral("structure_xpm");
 }
 
 bool QAStAStructTag::isTestable() const

@@ -14,9 +14,11 @@ public:
 
     void write(QTextStream& stream, int indent) override;
     QString qualifiedName() const override;
-    void setQualifier(int qualifier) override;
     bool isTestable() const override;
     bool isDirectlyTestable() const override;
     bool isInstrumentable() const override;
     bool isARootItem() const override;
+
+protected:
+    QString qualifierIcon() const override;
 };

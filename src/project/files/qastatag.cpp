@@ -10,6 +10,7 @@
 
 #include <QDomElement>
 #include <QMenu>
+#include <QMetaMethod>
 #include <QTextStream>
 
 namespace {
@@ -50,7 +51,22 @@ void QAStATag::initGlobal()
     renameable = false;
     deletable = false;
     duplicable = false;
-    setIcon(pixmap(QStringLiteral("script_tag_xpm")));
+}
+
+QPixmap QAStATag::icon() const
+{
+    return _iconChosen ? QAStData::icon() : pixmap(qualifierIcon());
+}
+
+void QAStATag::setIcon(const QPixmap& icon)
+{
+    _iconChosen = true;
+    QAStData::setIcon(icon);
+}
+
+QString QAStATag::qualifierIcon() const
+{
+    return QStringLiteral("script_tag_xpm");
 }
 
 QDomElement QAStATag::dataElement(const QDomElement& element)
@@ -127,13 +143,14 @@ QString QAStATag::displayName() const
     return name() + _signature.get();
 }
 
-QString QAStATag::nameThroughAncestors(const QStringList& classNames, const QString& separator) const
+QString QAStATag::nameThroughAncestors(int scopes, const QString& separator) const
 {
+    // Asked for every tag a pass makes: the casts compare meta-objects,
+    // where inherits() would compare class names.
     QString qualified = name();
-    for (QAStData* up = parent(); up && up->inherits("QAStATag") && !up->inherits("QAStFile"); up = up->parent()) {
-        bool counts = classNames.isEmpty();
-        for (const QString& className : classNames)
-            counts = counts || up->inherits(className.toLatin1().constData());
+    for (QAStData* up = parent(); qobject_cast<QAStATag*>(up) && !qobject_cast<QAStFile*>(up); up = up->parent()) {
+        const bool counts = scopes == AnyScope || ((scopes & PackageScopes) && up->inherits("QAStAPackageTag"))
+                            || ((scopes & ClassScopes) && up->inherits("QAStAClassTag"));
         if (counts)
             qualified = up->name() + separator + qualified;
     }
@@ -144,7 +161,7 @@ QString QAStATag::qualifiedName() const
 {
     if (!_qualifiedName.isEmpty())
         return _qualifiedName;
-    return nameThroughAncestors({}, QStringLiteral("::"));
+    return nameThroughAncestors(AnyScope, QStringLiteral("::"));
 }
 
 void QAStATag::setQualifiedName(const QString& name)
@@ -165,7 +182,12 @@ void QAStATag::setSignature(const QString& signature)
 void QAStATag::setQualifier(int qualifier)
 {
     _qualifier = qualifier;
-    setIcon(pixmap(QStringLiteral("script_tag_xpm")));
+    if (_iconChosen)
+        return;
+    // Only a view that shows the tag listens; a tag being made has none.
+    static const QMetaMethod changed = QMetaMethod::fromSignal(&QAStData::iconChanged);
+    if (isSignalConnected(changed))
+        emit iconChanged(icon());
 }
 
 QString QAStATag::fileKey() const

@@ -45,6 +45,9 @@ public:
     QAStATag(QARes* resources, QAStData* parent = nullptr, QAStData* after = nullptr);
 
     QString displayName() const override;
+    /// The icon that the qualifier calls for, unless one was set.
+    QPixmap icon() const override;
+    void setIcon(const QPixmap& icon) override;
     QAPropertyGroup* propertyGroup() override;
     void write(QTextStream& stream, int indent) override;
     QMenu* popupMenu(QWidget* parent) override;
@@ -105,9 +108,12 @@ public slots:
     void edit();
 
 protected:
-    /// The qualified name built from the ancestors of a class among
-    /// \a classNames, joined by \a separator.
-    QString nameThroughAncestors(const QStringList& classNames, const QString& separator) const;
+    /// Which ancestors make part of a qualified name: any tag, or packages,
+    /// classes or both.
+    enum Scopes { AnyScope = 0, PackageScopes = 1, ClassScopes = 2 };
+    /// The qualified name built from the ancestors that \a scopes counts,
+    /// joined by \a separator.
+    QString nameThroughAncestors(int scopes, const QString& separator) const;
     /// Writes the wrapper \a element around the element of the base class.
     template<typename Base>
     void writeWrapped(QTextStream& stream, int indent, const char* element)
@@ -121,6 +127,8 @@ protected:
     void writeTag(QTextStream& stream, int indent);
     /// A question with yes and no; true for yes.
     static bool ask(const QString& text);
+    /// The name of the picture that the qualifier calls for.
+    virtual QString qualifierIcon() const;
 
     QAStAttribute<QString> _signature;
     int _line = 0;
@@ -128,6 +136,10 @@ protected:
     QString _qualifiedName;
 
 private:
+    // Views ask the icon when they draw, a tag pass makes a hundred thousand
+    // tags: the picture is found when asked, not made for each tag.
+    bool _iconChosen = false;
+
     void initGlobal();
     void init(const QDomElement& element, int version);
     void init(QARes* resources);

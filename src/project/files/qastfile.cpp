@@ -15,11 +15,15 @@
 #include "studiointerface.h"
 
 #include <QDir>
+#include <QFile>
 #include <QDomElement>
 #include <QFileInfo>
+#include <QHash>
 #include <QMenu>
 #include <QRegExp>
 #include <QTextStream>
+
+#include <sys/stat.h>
 
 namespace {
 
@@ -75,31 +79,38 @@ constexpr int typeOrder[] = {
     QAStFile::SupervisionScripts2, QAStFile::DataFiles,
 };
 
-// The built-in patterns are a suffix after "*", a prefix before "*", or "*"
-// alone: they are matched without building an expression, which the tag
-// pass would otherwise do for every tag it names.
-bool matchesSimple(const QString& name, QLatin1String pattern)
+// The place in typeOrder of the first kind whose built-in patterns take
+// \a fileName, or -1. Every built-in pattern is "*.suffix" or "prefix*":
+// one look-up of the suffix and a few prefixes stand for trying each kind's
+// patterns in turn, which cost the tag pass as much as the file it made.
+int builtInPlace(const QString& fileName)
 {
-    if (pattern == QLatin1String("*"))
-        return true;
-    if (pattern.startsWith(QLatin1Char('*')))
-        return name.endsWith(pattern.mid(1), Qt::CaseSensitive);
-    return name.startsWith(pattern.chopped(1), Qt::CaseSensitive);
-}
-
-bool matchesBuiltIn(const QString& name, const char* patterns)
-{
-    const QLatin1String all(patterns);
-    qsizetype from = 0;
-    while (from < all.size()) {
-        qsizetype to = all.indexOf(QLatin1Char(';'), from);
-        if (to < 0)
-            to = all.size();
-        if (matchesSimple(name, all.sliced(from, to - from)))
-            return true;
-        from = to + 1;
+    struct Table {
+        QHash<QString, int> suffixes;
+        QList<std::pair<QString, int>> prefixes;
+    };
+    static const Table table = [] {
+        Table made;
+        for (int place = 0; place < int(std::size(typeOrder)); ++place) {
+            const QString patterns = QString::fromLatin1(typeFilters[typeOrder[place]].patterns);
+            for (const QString& pattern : patterns.split(QLatin1Char(';'), Qt::SkipEmptyParts)) {
+                if (pattern.startsWith(QLatin1String("*.")))
+                    made.suffixes.insert(pattern.mid(2), std::min(place, made.suffixes.value(pattern.mid(2), place)));
+                else if (pattern.endsWith(QLatin1Char('*')) && pattern.size() > 1)
+                    made.prefixes.append({pattern.chopped(1), place});
+            }
+        }
+        return made;
+    }();
+    int best = -1;
+    const qsizetype dot = fileName.lastIndexOf(QLatin1Char('.'));
+    if (dot >= 0)
+        best = table.suffixes.value(fileName.mid(dot + 1), -1);
+    for (const auto& [prefix, place] : table.prefixes) {
+        if ((best < 0 || place < best) && fileName.startsWith(prefix))
+            best = place;
     }
-    return false;
+    return best;
 }
 
 bool matchesOneOf(const QString& name, const QString& patterns)
@@ -188,7 +199,9 @@ void QAStFile::init(const QDomElement& element, int version)
         return;
     takeKey(xmlValueToString(element.firstChildElement(QStringLiteral("filepath")).text()));
     _timeStamp = QDateTime::fromString(
-        xmlValueToString(element.firstChildElement(QStringLiteral("last_modification")).text()), Qt::ISODate);
+                     xmlValueToString(element.firstChildElement(QStringLiteral("last_modification")).text()),
+                     Qt::ISODate)
+                     .toUTC();
     const QDomElement dependencies = element.firstChildElement(QStringLiteral("dependencies"));
     for (const QString& dependency : xmlValueToStringList(dependencies.text()))
         addDependency(dependency);
@@ -219,7 +232,7 @@ void QAStFile::write(QTextStream& stream, int indent)
     stream << "<file>\n";
     QAStTestedTag::write(stream, indent + 1);
     toStream(stream, "filepath", stringToXMLValue(_fileKey.get()), indent + 1);
-    toStream(stream, "last_modification", stringToXMLValue(_timeStamp.toString(Qt::ISODate)), indent + 1);
+    toStream(stream, "last_modification", stringToXMLValue(_timeStamp.toLocalTime().toString(Qt::ISODate)), indent + 1);
     if (!_dependencies.isEmpty())
         toStream(stream, "dependencies", stringListToXMLValue(_dependencies), indent + 1);
     indentXML(stream, indent);
@@ -319,13 +332,15 @@ void QAStFile::del()
 namespace {
 
 // The objects file keeps whole seconds: a time read back must not look
-// older than the same time kept in memory.
+// older than the same time kept in memory. Times are kept in UTC: a local
+// time asks the time zone again for each of the thousands of files a tag
+// pass names, and costs it more than the stat itself.
 QDateTime modificationTime(const QString& path)
 {
-    QDateTime modifiedAt = QFileInfo(path).lastModified();
-    if (modifiedAt.isValid())
-        modifiedAt = modifiedAt.addMSecs(-modifiedAt.time().msec());
-    return modifiedAt;
+    struct stat status;
+    if (::stat(QFile::encodeName(path).constData(), &status) != 0)
+        return QDateTime();
+    return QDateTime::fromSecsSinceEpoch(qint64(status.st_mtime), Qt::UTC);
 }
 
 } // namespace
@@ -505,11 +520,9 @@ QStringList QAStFile::stubbableFiles()
 
 int QAStFile::fileType(const QString& name)
 {
-    const QString fileName = QFileInfo(name).fileName();
-    for (int type : typeOrder) {
-        if (matchesBuiltIn(fileName, typeFilters[type].patterns))
-            return type;
-    }
+    const QString fileName = name.mid(name.lastIndexOf(QLatin1Char('/')) + 1);
+    if (const int place = builtInPlace(fileName); place >= 0)
+        return typeOrder[place];
     for (const QString& patterns : userFileTypes()) {
         if (matchesOneOf(fileName, patterns))
             return UserFiles;

@@ -11,7 +11,9 @@
 /// a name once and hands the hash to every table. Open addressing over one
 /// array of (hash, index) pairs; the names and their values lie in a second
 /// array in the order they came, so that a probe touches no string unless
-/// the hashes agree. Nothing is ever removed but by clear().
+/// the hashes agree. Nothing is ever removed but by clear(). A slot keeps
+/// the low half of the hash and a 32-bit index: the probes touch every page
+/// of the slots, and half the pages are half the faults of a first pass.
 template<typename Value>
 class QAStNameTable
 {
@@ -43,11 +45,12 @@ public:
         if (_slots.empty())
             return nullptr;
         const size_t mask = _slots.size() - 1;
-        for (size_t at = hash & mask;; at = (at + 1) & mask) {
+        const quint32 low = quint32(hash);
+        for (size_t at = low & mask;; at = (at + 1) & mask) {
             const Slot& slot = _slots[at];
             if (slot.index < 0)
                 return nullptr;
-            if (slot.hash == hash && _named[size_t(slot.index)].first == name)
+            if (slot.hash == low && _named[size_t(slot.index)].first == name)
                 return &_named[size_t(slot.index)].second;
         }
     }
@@ -60,15 +63,16 @@ public:
         if ((_named.size() + 1) * 2 > _slots.size())
             rehash(_slots.empty() ? 16 : _slots.size() * 2);
         const size_t mask = _slots.size() - 1;
-        size_t at = hash & mask;
+        const quint32 low = quint32(hash);
+        size_t at = low & mask;
         for (;; at = (at + 1) & mask) {
             const Slot& slot = _slots[at];
             if (slot.index < 0)
                 break;
-            if (slot.hash == hash && _named[size_t(slot.index)].first == name)
+            if (slot.hash == low && _named[size_t(slot.index)].first == name)
                 return _named[size_t(slot.index)].second;
         }
-        _slots[at] = {hash, qsizetype(_named.size())};
+        _slots[at] = {low, qint32(_named.size())};
         _named.emplace_back(name, Value());
         return _named.back().second;
     }
@@ -76,8 +80,8 @@ public:
 
 private:
     struct Slot {
-        size_t hash = 0;
-        qsizetype index = -1;
+        quint32 hash = 0;
+        qint32 index = -1;
     };
 
     void rehash(size_t count)

@@ -17,8 +17,10 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QStringBuilder>
 
 #include <cstdio>
+#include <limits>
 #include <string_view>
 #include <unordered_map>
 
@@ -38,6 +40,22 @@ const QString keySignature = QStringLiteral("Signature");
 QString toText(QByteArrayView bytes)
 {
     return QString::fromUtf8(bytes);
+}
+
+// A line number is digits alone; too large for an int, it counts as none,
+// as QByteArray::toInt() would say. Converted here: the general conversion
+// costs a line of the tag file as much as scanning it.
+int lineNumber(QByteArrayView digits)
+{
+    qint64 value = 0;
+    for (const char c : digits) {
+        if (c < '0' || c > '9')
+            return 0;
+        value = value * 10 + (c - '0');
+        if (value > std::numeric_limits<int>::max())
+            return 0;
+    }
+    return int(value);
 }
 
 // What each word of "access:" and "implementation:" adds to the qualifier.
@@ -174,8 +192,8 @@ void QAStTagReader::read(const char* data, qsizetype size)
     _doneSet = {_file};
     _current = _file;
     _stale.clear();
-    _scopes.clear();
-    _currentScopes = nullptr;
+    _fileTags.clear();
+    _currentTags = nullptr;
     _methods.clear();
     _classes.clear();
     _pluginMade = false;
@@ -281,7 +299,7 @@ bool QAStTagReader::readLine()
         skipRest();
         return false;
     }
-    values.line = _scanner.text().toInt();
+    values.line = lineNumber(_scanner.text());
     QAStFile* current = fileOfLine(fileText);
     if (!current) {
         skipRest();
@@ -447,11 +465,18 @@ bool QAStTagReader::readFields(Line& values, QAStData*& parent)
 
 QAStFile* QAStTagReader::fileOfLine(const QByteArrayView& text)
 {
-    if (!_lastFileKnown || _lastFileText != text) {
-        _lastFileText = text.toByteArray();
-        _lastFileKey = _file->determineRelativePathFile(toText(text));
-        _lastFileKnown = true;
-    }
+    // Lines of one file come in runs: the rest of a run is the first's.
+    if (_lastFileKnown && _lastFileText == text)
+        return _lastFile;
+    _lastFileText = text.toByteArray();
+    _lastFileKey = _file->determineRelativePathFile(toText(text));
+    _lastFileKnown = true;
+    _lastFile = currentFile();
+    return _lastFile;
+}
+
+QAStFile* QAStTagReader::currentFile()
+{
     if (!QAStFile::isEqualKeys(_lastFileKey, _current->fileKey())) {
         if (!QAStFile::isEqualKeys(_lastFileKey, _file->fileKey()))
             addDependency(_lastFileKey);
@@ -461,7 +486,7 @@ QAStFile* QAStTagReader::fileOfLine(const QByteArrayView& text)
         if (!found)
             return nullptr;
         _current = found;
-        _currentScopes = nullptr;
+        _currentTags = nullptr;
         startFile(found);
     }
     return isStale(_current) ? _current : nullptr;
@@ -487,8 +512,8 @@ void QAStTagReader::startFile(QAStFile* file)
     forgetTagsOf(file);
     const QSignalBlocker quiet(file);
     file->deleteChildren();
-    _scopes.erase(file);
-    _currentScopes = nullptr;
+    _fileTags.erase(file);
+    _currentTags = nullptr;
 }
 
 void QAStTagReader::forgetTagsOf(QAStFile* file)
@@ -508,30 +533,49 @@ void QAStTagReader::forgetTagsOf(QAStFile* file)
 
 QAStData* QAStTagReader::findBelow(const QString& qualified, const char* className, bool last)
 {
-    const Scope* found = scopesOf(_current).find(qualified);
+    FileTags& tags = tagsOf(_current);
+    if (!tags.indexed) {
+        tags.indexed = true;
+        tags.scopes.reserve(qsizetype(tags.made.size()));
+        for (QAStATag* made : tags.made) {
+            const QString name = made->qualifiedName();
+            addScope(tags.scopes, made, name, Scopes::hashOf(name));
+        }
+        tags.made = {};
+    }
+    const Scope* found = tags.scopes.find(qualified);
     if (!found)
         return nullptr;
     QAStATag* tag = last ? found->last : found->first;
     return tag->inherits(className) ? tag : nullptr;
 }
 
-QAStTagReader::Scopes& QAStTagReader::scopesOf(QAStFile* file)
+QAStTagReader::FileTags& QAStTagReader::tagsOf(QAStFile* file)
 {
-    // Lines of one file come in runs: its table is looked up once a run.
-    if (file == _current && _currentScopes)
-        return *_currentScopes;
-    Scopes& scopes = _scopes[file];
+    // Lines of one file come in runs: its entry is looked up once a run.
+    if (file == _current && _currentTags)
+        return *_currentTags;
+    FileTags& tags = _fileTags[file];
     if (file == _current)
-        _currentScopes = &scopes;
-    return scopes;
+        _currentTags = &tags;
+    return tags;
+}
+
+void QAStTagReader::addScope(Scopes& scopes, QAStATag* tag, const QString& qualified, size_t hash)
+{
+    Scope& scope = scopes.obtain(qualified, hash);
+    if (!scope.first)
+        scope.first = tag;
+    scope.last = tag;
 }
 
 void QAStTagReader::remember(QAStATag* tag, QAStFile* file, const QString& qualified, size_t hash)
 {
-    Scope& scope = scopesOf(file).obtain(qualified, hash);
-    if (!scope.first)
-        scope.first = tag;
-    scope.last = tag;
+    FileTags& tags = tagsOf(file);
+    if (tags.indexed)
+        addScope(tags.scopes, tag, qualified, hash);
+    else
+        tags.made.push_back(tag);
 }
 
 void QAStTagReader::addDependency(const QString& key)
@@ -651,7 +695,7 @@ QAStData* QAStTagReader::createTag(Line& values, QAStFile* file, QAStData* paren
             }
             tag = new QAStAMethodTag(name, path, line, parent, after);
             const QString separator = file->fileLanguage() == 8 ? QStringLiteral(".") : QStringLiteral("::");
-            tag->setQualifiedName(complete + separator + name);
+            tag->setQualifiedName(complete % separator % name);
         }
         tag->setSignature(values.signature);
         break;
@@ -726,13 +770,16 @@ void QAStTagReader::indexFunctions()
     _functionsIndexed = true;
     if (!_project || !_project->rootFolder())
         return;
-    // Most lines of a large tag file are functions: about one a hundred
-    // bytes of it.
+    // About one entry a hundred bytes of a large tag file, and a third as
+    // many names in each table (a tag file of C and C++ code bases, 12 MB:
+    // 130,000 entries, 34,000 declared names, 27,000 prototype names,
+    // 33,000 bodies). Each table's slots are written whole when made:
+    // tables made too large cost a first pass its faults.
     const qsizetype expected = _scanner.size() / 100;
-    _declarations.reserve(expected);
-    _prototypes.reserve(expected);
-    _bodies.reserve(expected / 2);
-    _entries.reserve(size_t(expected) * 2);
+    _declarations.reserve(expected / 3);
+    _prototypes.reserve(expected / 3);
+    _bodies.reserve(expected / 3);
+    _entries.reserve(size_t(expected));
     for (QAStData* data : _project->rootFolder()->childrenOfClass("QAStAFunctionTag", true)) {
         auto* function = static_cast<QAStATag*>(data);
         const QString qualified = function->qualifiedName();
@@ -754,7 +801,7 @@ void QAStTagReader::indexFunction(QAStATag* function, QAStFile* file, const QStr
 
 void QAStTagReader::append(Index& index, const QString& name, size_t hash, const Indexed& entry)
 {
-    const qsizetype at = qsizetype(_entries.size());
+    const int at = int(_entries.size());
     _entries.push_back(entry);
     Chain& chain = index.obtain(name, hash);
     if (chain.last < 0)
@@ -782,7 +829,7 @@ bool QAStTagReader::anyLeft(const Index& index, const QString& name, size_t hash
     const Chain* found = index.find(name, hash);
     if (!found)
         return false;
-    for (qsizetype at = found->first; at >= 0; at = _entries[size_t(at)].next) {
+    for (int at = found->first; at >= 0; at = _entries[size_t(at)].next) {
         if (isAlive(_entries[size_t(at)]))
             return true;
     }
@@ -815,7 +862,7 @@ bool QAStTagReader::joinDeclaration(QAStATag* method, const QString& name, const
     const QHash<QAStFile*, int>& order = _dependencyOrder;
     QAStATag* chosen = nullptr;
     int chosenAt = -1;
-    for (qsizetype next = candidates->first; next >= 0; next = _entries[size_t(next)].next) {
+    for (int next = candidates->first; next >= 0; next = _entries[size_t(next)].next) {
         const Indexed& entry = _entries[size_t(next)];
         if (!isAlive(entry))
             continue;

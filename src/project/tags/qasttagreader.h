@@ -80,6 +80,7 @@ private:
     bool readFields(Line& values, QAStData*& parent);
     QAStData* createTag(Line& values, QAStFile* file, QAStData* parent);
     QAStFile* fileOfLine(const QByteArrayView& text);
+    QAStFile* currentFile();
     void startFile(QAStFile* file);
     void error(const char* text);
     void skipRest();
@@ -114,6 +115,7 @@ private:
     QByteArray _lastFileText;
     QString _lastFileKey;
     bool _lastFileKnown = false;
+    QAStFile* _lastFile = nullptr;
     QHash<QAStFile*, bool> _stale;
     // Qualified names of the declarations and bodies of the project. The
     // tags of a file renewed in the pass are deleted under their entries:
@@ -122,15 +124,17 @@ private:
     // a hundred thousand tags would cost an allocation for each.
     // The entries of a name are chained, in the order they came, through
     // one array for all three indexes: no list is allocated for each name.
+    // Small: a large pass indexes a hundred thousand of them, and every
+    // page of memory it touches costs a fault.
     struct Indexed {
         QAStATag* tag;
         QAStFile* file;
-        qint64 serial;
-        qsizetype next;
+        int serial;
+        int next;
     };
     struct Chain {
-        qsizetype first = -1;
-        qsizetype last = -1;
+        int first = -1;
+        int last = -1;
     };
     using Index = QAStNameTable<Chain>;
     bool isAlive(const Indexed& entry) const { return entry.serial >= _renewedAt.value(entry.file, 0); }
@@ -140,8 +144,8 @@ private:
     Index _declarations;
     Index _bodies;
     Index _prototypes;
-    QHash<QAStFile*, qint64> _renewedAt;
-    qint64 _serial = 0;
+    QHash<QAStFile*, int> _renewedAt;
+    int _serial = 0;
     QHash<QString, QAStFile*> _files;
     bool _filesIndexed = false;
     QAStFolder* _dependencies = nullptr;
@@ -160,9 +164,17 @@ private:
         QAStATag* last = nullptr;
     };
     using Scopes = QAStNameTable<Scope>;
-    // By node, so that the scopes of the current file stay where they are
+    // Most files of a large pass, C sources and headers, never name a scope:
+    // their tags are only listed in the order they came, and a file's table
+    // is made from that list when one of its lines first names a scope.
+    struct FileTags {
+        std::vector<QAStATag*> made;
+        Scopes scopes;
+        bool indexed = false;
+    };
+    // By node, so that the tags of the current file stay where they are
     // while other files come and go.
-    std::unordered_map<QAStFile*, Scopes> _scopes;
+    std::unordered_map<QAStFile*, FileTags> _fileTags;
     // The methods this pass made under each class it made, by name, in
     // place of a walk of the class for each definition: a class of the pass
     // lives through the pass. Any other class, or any class once a plug-in
@@ -171,6 +183,7 @@ private:
     QSet<const QAStData*> _classes;
     bool _pluginMade = false;
     bool hasMethod(const QAStAClassTag* owner, const QString& name) const;
-    Scopes* _currentScopes = nullptr;
-    Scopes& scopesOf(QAStFile* file);
+    FileTags* _currentTags = nullptr;
+    FileTags& tagsOf(QAStFile* file);
+    static void addScope(Scopes& scopes, QAStATag* tag, const QString& qualified, size_t hash);
 };
