@@ -191,6 +191,8 @@ void QAStTagReader::read(const char* data, qsizetype size)
     _done = {_file};
     _doneSet = {_file};
     _current = _file;
+    _fileKey = QDir::cleanPath(_file->fileKey());
+    _currentKey = _fileKey;
     _stale.clear();
     _fileTags.clear();
     _currentTags = nullptr;
@@ -205,6 +207,8 @@ void QAStTagReader::read(const char* data, qsizetype size)
     // The project may have changed since the last pass: what was known of
     // its functions and last children is found again.
     _lastChild.clear();
+    _lastParent = nullptr;
+    _lastParentChild = nullptr;
     _declarations.clear();
     _bodies.clear();
     _prototypes.clear();
@@ -477,15 +481,19 @@ QAStFile* QAStTagReader::fileOfLine(const QByteArrayView& text)
 
 QAStFile* QAStTagReader::currentFile()
 {
-    if (!QAStFile::isEqualKeys(_lastFileKey, _current->fileKey())) {
-        if (!QAStFile::isEqualKeys(_lastFileKey, _file->fileKey()))
-            addDependency(_lastFileKey);
-        QAStFile* found = knownFile(_lastFileKey);
+    // Keys are compared cleaned, as QAStFile::isEqualKeys() does, each
+    // cleaned once: thousands of headers come and go in a large pass.
+    const QString cleaned = QDir::cleanPath(_lastFileKey);
+    if (cleaned != _currentKey) {
+        if (cleaned != _fileKey)
+            addDependency(_lastFileKey, cleaned);
+        QAStFile* found = knownFile(cleaned);
         if (!found)
             found = addDependencyFile(_lastFileKey);
         if (!found)
             return nullptr;
         _current = found;
+        _currentKey = cleaned;
         _currentTags = nullptr;
         startFile(found);
     }
@@ -522,6 +530,10 @@ void QAStTagReader::forgetTagsOf(QAStFile* file)
         _renewedAt.insert(file, _serial);
     // A tag deleted here may be a parent whose last child is kept, and a
     // new tag may come at its address.
+    if (_lastParent)
+        _lastChild.insert(_lastParent, _lastParentChild);
+    _lastParent = nullptr;
+    _lastParentChild = nullptr;
     QList<QAStData*> below {file};
     while (!below.isEmpty()) {
         QAStData* data = below.takeLast();
@@ -578,7 +590,7 @@ void QAStTagReader::remember(QAStATag* tag, QAStFile* file, const QString& quali
         tags.made.push_back(tag);
 }
 
-void QAStTagReader::addDependency(const QString& key)
+void QAStTagReader::addDependency(const QString& key, const QString& cleaned)
 {
     // The file's own list is searched from its start: a pass naming
     // thousands of headers asks a set of its own instead.
@@ -586,7 +598,6 @@ void QAStTagReader::addDependency(const QString& key)
         for (const QString& known : _file->dependencies())
             _dependencyKeys.insert(QDir::cleanPath(known));
     }
-    const QString cleaned = QDir::cleanPath(key);
     if (_dependencyKeys.contains(cleaned))
         return;
     _dependencyKeys.insert(cleaned);
@@ -707,7 +718,7 @@ QAStData* QAStTagReader::createTag(Line& values, QAStFile* file, QAStData* paren
         return nullptr;
     }
     tag->setQualifier(qualifier);
-    _lastChild.insert(parent, tag);
+    keepLastChild(parent, tag);
     // Spelt and hashed once for every table: it walks the ancestors.
     QString qualified = tag->qualifiedName();
     size_t hash = Index::hashOf(qualified);
@@ -738,10 +749,10 @@ void QAStTagReader::indexFiles()
         _files.insert(QDir::cleanPath(file->fileKey()), file);
 }
 
-QAStFile* QAStTagReader::knownFile(const QString& key)
+QAStFile* QAStTagReader::knownFile(const QString& cleaned)
 {
     indexFiles();
-    return _files.value(QDir::cleanPath(key));
+    return _files.value(cleaned);
 }
 
 QAStFile* QAStTagReader::addDependencyFile(const QString& key)
@@ -758,7 +769,7 @@ QAStFile* QAStTagReader::addDependencyFile(const QString& key)
     if (!target)
         target = _dependencies;
     auto* file = new QAStFile(key, target, lastChild(target));
-    _lastChild.insert(target, file);
+    keepLastChild(target, file);
     _files.insert(QDir::cleanPath(file->fileKey()), file);
     return file;
 }
@@ -815,12 +826,24 @@ void QAStTagReader::append(Index& index, const QString& name, size_t hash, const
 // many tags is not walked from its first child for each.
 QAStData* QAStTagReader::lastChild(QAStData* parent)
 {
-    QAStData* last = _lastChild.value(parent);
+    QAStData* last = parent == _lastParent ? _lastParentChild : _lastChild.value(parent);
     if (!last || last->parent() != parent)
         return parent->last();
     while (last->next())
         last = last->next();
     return last;
+}
+
+// Most lines go under the parent of the line before: that parent's last
+// child is kept aside, and the table only hears of it when another comes.
+void QAStTagReader::keepLastChild(QAStData* parent, QAStData* child)
+{
+    if (parent != _lastParent) {
+        if (_lastParent)
+            _lastChild.insert(_lastParent, _lastParentChild);
+        _lastParent = parent;
+    }
+    _lastParentChild = child;
 }
 
 // Whether one of the tags indexed under \a name still lives.
@@ -852,7 +875,7 @@ bool QAStTagReader::joinDeclaration(QAStATag* method, const QString& name, const
     // again from the first of thousands of headers for every method.
     const QStringList& dependencies = _file->dependencies();
     while (_dependencyOrderOf < dependencies.size()) {
-        QAStFile* header = knownFile(dependencies.at(_dependencyOrderOf));
+        QAStFile* header = knownFile(QDir::cleanPath(dependencies.at(_dependencyOrderOf)));
         // The walk stops at a file that is gone, and tries it again next time.
         if (!header)
             break;

@@ -86,16 +86,17 @@ private:
     void skipRest();
     QAStData* findBelow(const QString& qualified, const char* className, bool last);
     void remember(QAStATag* tag, QAStFile* file, const QString& qualified, size_t hash);
-    void addDependency(const QString& key);
+    void addDependency(const QString& key, const QString& cleaned);
     bool joinDeclaration(QAStATag* method, const QString& name, const QString& qualified, size_t hash);
     void indexFiles();
-    QAStFile* knownFile(const QString& key);
+    QAStFile* knownFile(const QString& cleaned);
     QAStFile* addDependencyFile(const QString& key);
     void indexFunctions();
     void indexFunction(QAStATag* function, QAStFile* file, const QString& qualified, size_t hash);
     void forgetTagsOf(QAStFile* file);
     bool isStale(QAStFile* file);
     QAStData* lastChild(QAStData* parent);
+    void keepLastChild(QAStData* parent, QAStData* child);
     QAStData* offerToPlugins(const Line& line, QAStData* parent);
 
     QAStFile* _file;
@@ -103,6 +104,9 @@ private:
     QAStTagScanner _scanner;
     int _token = QAStTagScanner::TK_END;
     QAStFile* _current = nullptr;
+    // The keys of the current and of the analysed file, cleaned.
+    QString _currentKey;
+    QString _fileKey;
     QList<QAStFile*> _done;
     QSet<QAStFile*> _doneSet;
     QString _package;
@@ -155,6 +159,8 @@ private:
     qsizetype _dependencyOrderOf = 0;
     // Forgotten with the tags of their file, and at the start of a pass.
     QHash<QAStData*, QAStData*> _lastChild;
+    QAStData* _lastParent = nullptr;
+    QAStData* _lastParentChild = nullptr;
     bool _functionsIndexed = false;
     // Tags of each file by qualified name, as the lines made them: the
     // scopes of later lines are found here instead of in the whole file.
