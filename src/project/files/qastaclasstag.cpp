@@ -40,11 +40,8 @@ QString QAStAClassTag::qualifiedName() const
 
 QString QAStAClassTag::qualifierIcon() const
 {
-    if (_qualifier & Private)
-        return QStringLiteral("class_private_xpm");
-    if (_qualifier & Protected)
-        return QStringLiteral("class_protected_xpm");
-    return QStringLiteral("class_xpm");
+    return iconByAccess(QStringLiteral("class_private_xpm"), QStringLiteral("class_protected_xpm"),
+                        QStringLiteral("class_xpm"));
 }
 
 QStringList QAStAClassTag::stubbableFiles()

@@ -45,11 +45,8 @@ QString QAStAMethodTag::qualifiedName() const
 
 QString QAStAMethodTag::qualifierIcon() const
 {
-    if (_qualifier & Private)
-        return QStringLiteral("method_private_xpm");
-    if (_qualifier & Protected)
-        return QStringLiteral("method_protected_xpm");
-    return QStringLiteral("function_xpm");
+    return iconByAccess(QStringLiteral("method_private_xpm"), QStringLiteral("method_protected_xpm"),
+                        QStringLiteral("function_xpm"));
 }
 
 bool QAStAMethodTag::isARootItem() const

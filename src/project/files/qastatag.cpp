@@ -69,6 +69,13 @@ QString QAStATag::qualifierIcon() const
     return QStringLiteral("script_tag_xpm");
 }
 
+QString QAStATag::iconByAccess(const QString& isPrivate, const QString& isProtected, const QString& other) const
+{
+    if (_qualifier & Private)
+        return isPrivate;
+    return _qualifier & Protected ? isProtected : other;
+}
+
 QDomElement QAStATag::dataElement(const QDomElement& element)
 {
     QDomElement e = element;

@@ -129,6 +129,8 @@ protected:
     static bool ask(const QString& text);
     /// The name of the picture that the qualifier calls for.
     virtual QString qualifierIcon() const;
+    /// \a isPrivate, \a isProtected or \a other, by the access bits.
+    QString iconByAccess(const QString& isPrivate, const QString& isProtected, const QString& other) const;
 
     QAStAttribute<QString> _signature;
     int _line = 0;
