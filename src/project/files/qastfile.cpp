@@ -15,8 +15,8 @@
 #include "studiointerface.h"
 
 #include <QDir>
-#include <QFile>
 #include <QDomElement>
+#include <QFile>
 #include <QFileInfo>
 #include <QHash>
 #include <QMenu>
@@ -94,8 +94,9 @@ int builtInPlace(const QString& fileName)
         for (int place = 0; place < int(std::size(typeOrder)); ++place) {
             const QString patterns = QString::fromLatin1(typeFilters[typeOrder[place]].patterns);
             for (const QString& pattern : patterns.split(QLatin1Char(';'), Qt::SkipEmptyParts)) {
-                if (pattern.startsWith(QLatin1String("*.")))
-                    made.suffixes.insert(pattern.mid(2), std::min(place, made.suffixes.value(pattern.mid(2), place)));
+                // The places come in order: a suffix keeps the first kind that claims it.
+                if (pattern.startsWith(QLatin1String("*.")) && !made.suffixes.contains(pattern.mid(2)))
+                    made.suffixes.insert(pattern.mid(2), place);
                 else if (pattern.endsWith(QLatin1Char('*')) && pattern.size() > 1)
                     made.prefixes.append({pattern.chopped(1), place});
             }
