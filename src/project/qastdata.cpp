@@ -134,7 +134,6 @@ void QAStData::privAttach(QAStData* parent, QAStData* after)
             _next->_previous = this;
         parent->_firstChild = this;
     }
-    QObject::setParent(parent);
 }
 
 void QAStData::init(const QDomElement& element, int version)
@@ -361,7 +360,6 @@ void QAStData::remove()
     removeEvent();
     emit _parent->childRemoved(this);
     emit removed();
-    QObject::setParent(nullptr);
     if (_previous)
         _previous->_next = _next;
     else

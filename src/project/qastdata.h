@@ -31,8 +31,10 @@ class StudioInterface;
 /// The root of everything that lives in a project tree.
 ///
 /// A parent owns its children, and the chain firstChild / next / previous is
-/// the one order of the tree and of the project file; the QObject parent is
-/// only a mirror of it. The second half of the class launches Perl scripts for
+/// the one order of the tree and of the project file. The QObject parent is
+/// left unset: the chain already says all it would, and keeping Qt's list of
+/// children beside it cost every tag of a large tag file a child event and a
+/// list entry. The second half of the class launches Perl scripts for
 /// the object: an environment file is written, the interpreter runs the script
 /// on it, the output goes to a console, and the exit status becomes the status.
 class SDK_EXPORT QAStData : public QObject, public PDataInterface

@@ -42,10 +42,10 @@ bool chainIsSound(const QAStData* parent)
     const QAStData* previous = nullptr;
     int count = 0;
     for (const QAStData* c = parent->firstChild(); c; previous = c, c = c->next(), ++count) {
-        if (c->previous() != previous || c->parent() != parent || static_cast<const QObject*>(c)->parent() != parent)
+        if (c->previous() != previous || c->parent() != parent)
             return false;
     }
-    return parent->last() == previous && parent->children().size() == count;
+    return parent->last() == previous && parent->childrenOfClass(nullptr, false).size() == count;
 }
 
 // Signals go into the same list as the tree events, so that their interleaving is checked.
