@@ -150,6 +150,33 @@ private slots:
         QCOMPARE(tokensOf(text), tokens);
     }
 
+    // Words are scanned sixteen bytes at a time where the text allows: every
+    // byte, at every place across two such blocks, must end a word exactly
+    // where it would one byte at a time.
+    void aWordEndsAtTheSameByteWhereverItFalls()
+    {
+        const QByteArray tail = "\t" + QByteArray(40, 'z');
+        for (int byte = 0; byte < 256; ++byte) {
+            const char c = char(byte);
+            const bool stops = byte < 0x10 || c == ',' || c == ':';
+            for (int run = 0; run < 34; ++run) {
+                const QByteArray head = "a" + QByteArray(run, 'x');
+                QAStTagScanner scanner;
+                const QByteArray text = head + c + "y" + tail;
+                scanner.reset(text.constData(), text.size());
+                scanner.next();
+                QByteArray expected = head + c + "y";
+                if (c == ':' && run > 0)
+                    expected = head + c;
+                else if (stops && c != ':')
+                    expected = head;
+                QVERIFY2(scanner.text() == expected, qPrintable(QStringLiteral("byte 0x%1 after %2 bytes")
+                                                                     .arg(byte, 2, 16, QLatin1Char('0'))
+                                                                     .arg(run + 1)));
+            }
+        }
+    }
+
     void scannerCountsLines()
     {
         const QByteArray text("a\r\n\"x\ny\"\nb");
