@@ -12,6 +12,7 @@
 // SDK_BENCH_TAGS_DIR names a folder to make it in and keep, so that a
 // profiler can be run on the pass without unpacking the sources again.
 
+#include "qastafunctiontag.h"
 #include "qastfile.h"
 #include "qastproject.h"
 #include "qastrootfolder.h"
@@ -26,10 +27,13 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QProcess>
+#include <QSet>
 #include <QTemporaryDir>
 #include <QTextStream>
 
 #include <algorithm>
+#include <cstdio>
+#include <cstdlib>
 #include <memory>
 #include <numeric>
 #include <vector>
@@ -275,11 +279,81 @@ void BM_TagTreeAgainstReadtags(benchmark::State& state)
 }
 BENCHMARK(BM_TagTreeAgainstReadtags)->Unit(benchmark::kMillisecond)->UseManualTime()->Iterations(5);
 
+const char* const tagsAloneOption = "--tags-alone";
+
+// Run in a process of its own: as many tags as the tag file has lines,
+// spread over as many files as it names, made with nothing read. It is the
+// least the first pass of a host can cost: each tag is an object of the
+// tree, and each page of fresh memory it lands in costs a fault.
+int makeTagsAlone(int count, int files)
+{
+    QTemporaryDir directory;
+    QAStProject project(directory.filePath(QStringLiteral("alone.vmp")));
+    std::vector<QAStFile*> made;
+    for (int i = 0; i < files; ++i)
+        made.push_back(project.addFile(directory.filePath(QStringLiteral("f%1.h").arg(i))));
+    std::vector<QAStData*> last(made.size(), nullptr);
+    const int perFile = std::max(1, count / std::max(1, files));
+    QElapsedTimer timer;
+    timer.start();
+    for (int i = 0; i < count; ++i) {
+        const size_t at = std::min(made.size() - 1, size_t(i / perFile));
+        auto* tag = new QAStAFunctionTag(QStringLiteral("function_name_") + QString::number(i), QString(), i,
+                                         made[at], last[at]);
+        tag->setQualifier(0x80);
+        last[at] = tag;
+    }
+    std::printf("%f\n", timer.nsecsElapsed() / 1e6);
+    return 0;
+}
+
+int filesNamed(const QByteArray& bytes)
+{
+    QSet<QByteArray> files;
+    for (const QByteArray& line : bytes.split('\n')) {
+        const QList<QByteArray> fields = line.split('\t');
+        if (fields.size() > 2 && !line.startsWith('!'))
+            files.insert(fields.at(1));
+    }
+    return int(files.size());
+}
+
+// The floor beside readtags, in turns, each in a fresh process.
+void BM_TagsAloneAgainstReadtags(benchmark::State& state)
+{
+    const TagData& data = tagData();
+    if (!data.problem.isEmpty()) {
+        state.SkipWithError(qPrintable(data.problem));
+        return;
+    }
+    const int files = filesNamed(data.bytes);
+    std::vector<double> alone;
+    std::vector<double> readtags;
+    for (auto _ : state) {
+        QProcess child;
+        child.start(QCoreApplication::applicationFilePath(),
+                    {QString::fromLatin1(tagsAloneOption), QString::number(data.lines), QString::number(files)});
+        if (!child.waitForFinished(-1) || child.exitCode() != 0) {
+            state.SkipWithError("the child that makes the tags alone failed");
+            return;
+        }
+        alone.push_back(child.readAllStandardOutput().trimmed().toDouble() / 1e3);
+        state.SetIterationTime(alone.back());
+        readtags.push_back(readtagsSeconds(data));
+    }
+    state.counters["tags_alone_first_ms"] = median(alone) * 1e3;
+    state.counters["tags_alone_over_readtags_ratio"] = median(alone) / median(readtags);
+    state.counters["files_named"] = files;
+}
+BENCHMARK(BM_TagsAloneAgainstReadtags)->Unit(benchmark::kMillisecond)->UseManualTime()->Iterations(5);
+
 } // namespace
 
 int main(int argc, char** argv)
 {
     QCoreApplication app(argc, argv);
+    if (argc == 4 && qstrcmp(argv[1], tagsAloneOption) == 0)
+        return makeTagsAlone(std::atoi(argv[2]), std::atoi(argv[3]));
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();
