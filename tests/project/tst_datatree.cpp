@@ -36,7 +36,7 @@ void buildTree(TestData& r)
     add("b1", add("b", &r));
 }
 
-// Every link agrees with its counterpart, and the QObject mirror holds the same children.
+// Every link agrees with its counterpart, and the list of children holds as many as the chain.
 bool chainIsSound(const QAStData* parent)
 {
     const QAStData* previous = nullptr;
