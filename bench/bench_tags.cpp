@@ -290,10 +290,11 @@ int makeTagsAlone(int count, int files)
     QTemporaryDir directory;
     QAStProject project(directory.filePath(QStringLiteral("alone.vmp")));
     std::vector<QAStFile*> made;
+    files = std::max(1, files);
     for (int i = 0; i < files; ++i)
         made.push_back(project.addFile(directory.filePath(QStringLiteral("f%1.h").arg(i))));
     std::vector<QAStData*> last(made.size(), nullptr);
-    const int perFile = std::max(1, count / std::max(1, files));
+    const int perFile = std::max(1, count / files);
     QElapsedTimer timer;
     timer.start();
     for (int i = 0; i < count; ++i) {
